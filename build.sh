@@ -1,0 +1,127 @@
+#!/usr/bin/env bash
+# The one front door: sets up what is missing, builds, and runs. See usage below.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+
+usage() {
+    cat <<'TEXT'
+usage: ./build.sh COMMAND
+
+  demo [FOLDER]    build zbvolume and run its demonstration; pictures go to FOLDER (zbvolume-demo)
+  test [PRESET]    build everything and run all tests (preset release)
+  asan | tsan      the tests under AddressSanitizer and UndefinedBehaviorSanitizer | ThreadSanitizer
+  headers [PRESET] compile every public header alone
+  tidy             clang-tidy and clang-format over the sources
+  bench [FILTER]   build the benchmarks, and those against other libraries that are installed, and run them
+  setup optional   install what only some builds use: Coin, Google Benchmark, curl
+  setup peers      install the libraries that the benchmarks compare with (large)
+  install PREFIX   build and install below PREFIX
+
+The first run installs missing Debian or Ubuntu packages; later runs install nothing.
+TEXT
+}
+
+say() { printf '%s\n' "$*" >&2; }
+
+# ensure PACKAGE...: installs those that are missing, as root or with sudo; otherwise prints the command and stops.
+ensure() {
+    command -v dpkg-query >/dev/null || return 0  # not Debian: the build says what it lacks
+    local missing=() package
+    for package in "$@"; do
+        dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        if command -v sudo >/dev/null && { [ -t 0 ] || sudo -n true 2>/dev/null; }; then
+            as_root=(sudo)
+        else
+            say "Missing packages. Install them with:"
+            say "    sudo apt-get install ${missing[*]}"
+            exit 1
+        fi
+    fi
+    say "Installing: ${missing[*]}"
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -qq
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+build_packages=(g++ cmake ninja-build pkg-config qt6-base-dev libgl-dev libtbb-dev libcli11-dev libnifti2-dev
+    libniftiio-dev zlib1g-dev)
+test_packages=(libgtest-dev libgmock-dev)
+
+# configure PRESET [CMAKE OPTION...]: quiet unless it fails. ZBLIB_CMAKE_OPTIONS adds options to every configuration.
+configure() {
+    local preset=$1 output
+    shift
+    # shellcheck disable=SC2086  # the variable holds several words
+    output=$(cmake --preset "$preset" "$@" ${ZBLIB_CMAKE_OPTIONS:-} 2>&1) || { say "$output"; exit 1; }
+}
+
+build() {  # build PRESET [TARGET]
+    cmake --build --preset "$1" ${2:+--target "$2"}
+}
+
+run_tests() {  # run_tests PRESET
+    ensure "${build_packages[@]}" "${test_packages[@]}"
+    case $1 in
+    ci-clang) ensure clang libomp-dev ;;
+    asan | tsan) export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=1}" UBSAN_OPTIONS="${UBSAN_OPTIONS:-print_stacktrace=1}" ;;
+    esac
+    configure "$1" -D ZBLIB_BUILD_TESTS=ON
+    build "$1"
+    ctest --preset "$1"
+}
+
+command=${1:-}
+[ $# -eq 0 ] || shift
+case $command in
+demo)
+    ensure "${build_packages[@]}"
+    [ -f build/release/CMakeCache.txt ] || configure release -D ZBLIB_BUILD_TESTS=OFF
+    build release zbvolume >&2
+    build/release/tools/zbvolume/zbvolume demo "$@"
+    ;;
+test) run_tests "${1:-release}" ;;
+asan | tsan) run_tests "$command" ;;
+headers)
+    ensure "${build_packages[@]}" "${test_packages[@]}"
+    configure "${1:-release}"
+    build "${1:-release}" all_verify_interface_header_sets
+    ;;
+tidy)
+    ensure "${build_packages[@]}" "${test_packages[@]}" clang clang-tidy clang-format libomp-dev
+    git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
+    configure ci-clang -D CMAKE_EXPORT_COMPILE_COMMANDS=ON
+    git ls-files 'zblib/*.cpp' 'tools/*.cpp' | xargs -P "$(nproc)" -n 1 clang-tidy --quiet -p build/ci-clang
+    ;;
+bench)
+    ensure "${build_packages[@]}" libbenchmark-dev
+    configure bench
+    build bench
+    for program in build/bench/bench/*/bench_*; do
+        if [ ! -f "$program" ] || [ ! -x "$program" ]; then continue; fi
+        say "== ${program##*/}"
+        "$program" ${1:+--benchmark_filter="$1"}
+    done
+    ;;
+setup)
+    case ${1:-} in
+    optional) ensure libcoin-dev libbenchmark-dev curl ;;
+    peers) ensure libinsighttoolkit5-dev libopencv-dev libabsl-dev libboost-dev python3-numpy python3-scipy ;;
+    *) usage >&2; exit 2 ;;
+    esac
+    ;;
+install)
+    [ $# -eq 1 ] || { usage >&2; exit 2; }
+    ensure "${build_packages[@]}"
+    configure release
+    build release
+    cmake --install build/release --prefix "$1"
+    ;;
+-h | --help | help) usage ;;
+*)
+    usage >&2
+    exit 2
+    ;;
+esac

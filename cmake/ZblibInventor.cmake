@@ -1,0 +1,10 @@
+# Coin is optional: with it, the vector headers convert to and from the scene graph's value types.
+set(ZBLIB_HAVE_INVENTOR OFF)
+if(ZBLIB_INVENTOR STREQUAL "AUTO")
+    find_package(Coin CONFIG QUIET)
+    set(ZBLIB_HAVE_INVENTOR ${Coin_FOUND})
+elseif(ZBLIB_INVENTOR)
+    find_package(Coin CONFIG REQUIRED)
+    set(ZBLIB_HAVE_INVENTOR ON)
+endif()
+message(STATUS "zblib: scene-graph conversions: ${ZBLIB_HAVE_INVENTOR}")
