@@ -1,0 +1,28 @@
+#pragma once
+
+#include <zblib/foundation/ZbExport.h>
+
+/// The words of a text, at most 49; what follows them is ignored. Only the blank separates words, a tab
+/// belongs to its word, and several blanks count as one. Owns its words.
+class ZB_API StringTupel
+{
+public:
+    static constexpr int maxWords = 49;
+
+    explicit StringTupel(const char* text);
+    ~StringTupel();
+    // Nobody needs a copy of a filter.
+    StringTupel(const StringTupel&) = delete;
+    StringTupel& operator=(const StringTupel&) = delete;
+
+    int count() const noexcept { return m_count; }
+    const char* const* words() const noexcept { return m_words; }
+    const char* operator[](int index) const { return m_words[index]; }
+
+    /// Writes "(a, b, )" to standard error, without a line feed.
+    void print() const;
+
+private:
+    int m_count = 0;
+    char* m_words[maxWords] = {};
+};
