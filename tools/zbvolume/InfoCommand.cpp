@@ -1,0 +1,84 @@
+#include "CommandOptions.h"
+#include "Commands.h"
+#include "Numbers.h"
+#include "Statistics.h"
+#include "TerminalProgress.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+
+namespace zbvolume
+{
+
+namespace
+{
+
+std::vector<std::string> texts(const std::array<double, 3>& values)
+{
+    return {rounded(values[0]), rounded(values[1]), rounded(values[2])};
+}
+
+void describeFile(Report& report, const Volume& volume)
+{
+    report.add("file", volume.path);
+    report.add("format", volume.format);
+    report.add("type", volume.fileType.getName());
+    report.addNumbers(
+        "size",
+        {std::to_string(volume.dims[0]), std::to_string(volume.dims[1]), std::to_string(volume.dims[2])},
+        " x ");
+    report.add("voxels", volume.voxelCount());
+    if (volume.frames > 1) {
+        report.add("frames", volume.frames);
+        report.add("frame", volume.frame);
+    }
+    if (volume.geometry.isKnown()) {
+        report.addNumbers("spacing", texts(volume.geometry.spacing), " x ", "mm");
+        report.addNumbers("origin", texts(volume.geometry.position({0, 0, 0})), " ", "mm");
+    }
+    report.addNumber("slope", rounded(volume.slope));
+    report.addNumber("offset", rounded(volume.offset));
+}
+
+void describeValues(Report& report, const Volume& volume, TerminalProgress& progress)
+{
+    const Statistics statistics = computeStatistics(volume, progress);
+    if (statistics.nan > 0)
+        report.add("nan", statistics.nan);
+    if (statistics.infinite > 0)
+        report.add("infinite", statistics.infinite);
+    if (statistics.count == 0) {
+        report.add("range", "none");
+        return;
+    }
+    const ValueRange range{statistics.minimum, statistics.maximum};
+    report.addNumbers("range", {storedText(volume, range.low), storedText(volume, range.high)}, " ");
+    report.addNumber("mean", rounded(statistics.mean));
+    report.addNumber("median", storedText(volume, statistics.median));
+    report.addNumber("deviation", rounded(statistics.deviation));
+    const ValueCounts counts = countValues(volume, range, 16, std::nullopt, progress);
+    report.addText("\n" + histogramText(counts, 16, CountScale::Automatic));
+}
+
+}  // namespace
+
+Report info(const InfoOptions& options, TerminalProgress& progress)
+{
+    const Volume volume = readVolume(options.source.source(), &progress);
+    Report report;
+    describeFile(report, volume);
+    describeValues(report, volume, progress);
+    return report;
+}
+
+void addInfo(CLI::App& app, Chosen& chosen)
+{
+    auto options = std::make_shared<InfoOptions>();
+    auto* command = addCommand(app, chosen, "info",
+                               "Type, sizes, spacing and the distribution of values, in stored values",
+                               [options](TerminalProgress& progress) { return info(*options, progress); });
+    options->source.addTo(*command);
+}
+
+}  // namespace zbvolume
