@@ -108,7 +108,10 @@ bench)
 setup)
     case ${1:-} in
     optional) ensure libcoin-dev libbenchmark-dev curl ;;
-    peers) ensure libinsighttoolkit5-dev libopencv-dev libabsl-dev libboost-dev python3-numpy python3-scipy ;;
+    peers)
+        ensure libinsighttoolkit5-dev libopencv-dev libabsl-dev libboost-dev libeigen3-dev libglm-dev \
+            python3-numpy python3-scipy
+        ;;
     *) usage >&2; exit 2 ;;
     esac
     ;;

@@ -1,0 +1,3 @@
+#pragma once
+
+#include <zblib/math/ZbVec4.h>
