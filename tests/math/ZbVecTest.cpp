@@ -11,7 +11,6 @@
 #include <numbers>
 
 template class ZbVec2<float>;
-template class ZbVec2<int>;
 template class ZbVec3<double>;
 template class ZbVec3<int>;
 template class ZbVec4<float>;

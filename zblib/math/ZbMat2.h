@@ -47,6 +47,38 @@ public:
         return {m_rows[1][1] * scale, -m_rows[0][1] * scale, -m_rows[1][0] * scale, m_rows[0][0] * scale};
     }
 
+    /// The eigenvalues, each as (real part, imaginary part): of two real ones the larger first, of a conjugate
+    /// pair the one with the positive imaginary part.
+    void calcComplexEigenValues(ZbVec2<T>& e1, ZbVec2<T>& e2) const noexcept
+    {
+        const T mean = this->trace() / 2;
+        const T discriminant = this->trace() * this->trace() / 4 - det();
+        if (discriminant >= 0) {
+            const T root = std::sqrt(discriminant);
+            e1 = ZbVec2<T>(mean + root, 0);
+            e2 = ZbVec2<T>(mean - root, 0);
+        } else {
+            const T root = std::sqrt(-discriminant);
+            e1 = ZbVec2<T>(mean, root);
+            e2 = ZbVec2<T>(mean, -root);
+        }
+    }
+
+    /// Vectors v1 and v2, as columns, that belong to the real eigenvalues l1 and l2: m v1 = l1 v1, m v2 = l2 v2.
+    ///
+    /// They are perpendicular to the longer row of m - l, not normalised, and only as good as the eigenvalue is.
+    /// Where all vectors belong to it, because m is a multiple of the unit matrix, v1 is (1, 0) and v2 is (0, 1).
+    constexpr void calcEigenVectors(T l1, T l2, ZbVec2<T>& v1, ZbVec2<T>& v2) const noexcept
+    {
+        const auto vectorOf = [this](T l, const ZbVec2<T>& any) {
+            const ZbVec2<T> row0(m_rows[0][0] - l, m_rows[0][1]), row1(m_rows[1][0], m_rows[1][1] - l);
+            const ZbVec2<T> row = row0.length2() < row1.length2() ? row1 : row0;
+            return row == ZbVec2<T>(0, 0) ? any : ZbVec2<T>(-row.y, row.x);
+        };
+        v1 = vectorOf(l1, ZbVec2<T>(1, 0));
+        v2 = vectorOf(l2, ZbVec2<T>(0, 1));
+    }
+
     /// dst = src * this, src as a row.
     constexpr void multVecMatrix(const ZbVec2<T>& src, ZbVec2<T>& dst) const noexcept
     {

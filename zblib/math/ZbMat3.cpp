@@ -2,6 +2,7 @@
 
 #include <zblib/math/ZbJacobi3.h>
 #include <zblib/math/ZbLU.h>
+#include <zblib/math/ZbMat3_EigenAnalysis.h>
 
 #include <ostream>
 
@@ -15,6 +16,17 @@ template <typename T>
 void ZbMat3<T>::jacobi(T evalues[3], ZbVec3<T> evectors[3], int& nrot) const noexcept
 {
     ZbDetail::jacobi3(*this, evalues, evectors, nrot);
+}
+
+template <typename T>
+int ZbMat3<T>::solveEigenSystem(T evalues[3], ZbVec3<T> evectors[3]) const noexcept
+{
+    T v[3][3];
+    const int realCount =
+        ZbMat3_EigenAnalysis::compEigen3x3(m_rows, evalues[0], evalues[1], evalues[2], v[0], v[1], v[2]);
+    for (int i = 0; i < 3; ++i)
+        evectors[i].setValue(v[i]);
+    return realCount;
 }
 
 template class ZbMat3<float>;

@@ -113,6 +113,10 @@ public:
     /// writes "Too many iterations in routine jacobi" to standard error, leaves the vectors as they were and
     /// returns the eigenvalues of the last sweep. Golub and Van Loan, Matrix Computations, section 8.5.
     ZB_API void jacobi(T evalues[3], ZbVec3<T> evectors[3], int& nrot) const noexcept;
+
+    /// Eigenvalues and eigenvectors of any matrix in closed form: ZbMat3_EigenAnalysis::compEigen3x3, which says
+    /// what they are. Returns the number of real eigenvalues, 3 or 1.
+    ZB_API int solveEigenSystem(T evalues[3], ZbVec3<T> evectors[3]) const noexcept;
 };
 
 using ZbMat3f = ZbMat3<float>;
