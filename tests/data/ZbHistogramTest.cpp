@@ -309,6 +309,47 @@ TYPED_TEST(ZbHistogramFill, agreesWithTheRule)
     expectCounts<TypeParam>(layouts[0], {values, 10, 0, true, NAN});
 }
 
+// Values at the edges of bins and a few steps of float or double beside them, among values inside of bins, which keep
+// the shipped form from giving up its faster rule.
+template <typename Real>
+std::vector<Real> valuesAroundEdges(const ZbHistogram& layout)
+{
+    std::mt19937 generator(layout.getNumBins());
+    const double width = (layout.getMax() - layout.getMin()) / layout.getNumBins();
+    std::vector<Real> values;
+    for (int i = 0; i < 40000; ++i) {
+        const int bin = int(generator() % (layout.getNumBins() + 3u)) - 1;
+        const bool atEdge = i / 512 % 3 == 0 ? i % 300 == 0 : i / 512 % 3 == 1;
+        Real value = Real(layout.getMin() + (bin + (atEdge ? 0.0 : 0.37)) * width);
+        for (unsigned step = generator() % 4; atEdge && step > 0; --step)
+            value = std::nextafter(value, Real(i % 2 == 0 ? INFINITY : -INFINITY));
+        values.push_back(value);
+    }
+    const Real far[] = {Real(INFINITY), Real(-INFINITY), Real(NAN), std::numeric_limits<Real>::max(),
+                        std::numeric_limits<Real>::lowest()};
+    std::copy(std::begin(far), std::end(far), values.begin() + 100);
+    return values;
+}
+
+TEST(ZbHistogramFill, putsValuesAroundEdgesWhereTheDivisionPutsThem)
+{
+    const ZbHistogram layouts[] = {{0.0, 1.0, 256},       {0.1, 0.7, 10},        {-1.0, 2.0, 3},
+                                   {1e6, 1e6 + 1, 100},   {-5e-39, 5e-39, 64},   {-3e38, 3e38, 256},
+                                   {1e-300, 2e-300, 50},  {-1.5e308, 1e307, 20}, {0.0, 1e5, 9999},
+                                   {1e16, 1e16 + 64, 32}, {0, 4000, 1}};
+    for (const ZbHistogram& layout : layouts) {
+        SCOPED_TRACE(layout.getMin());
+        const std::vector<float> floats = valuesAroundEdges<float>(layout);
+        const std::vector<double> doubles = valuesAroundEdges<double>(layout);
+        expectCounts<float>(layout, {floats, floats.size(), 1, false, 0.0});
+        expectCounts<double>(layout, {doubles, doubles.size(), 1, false, 0.0});
+        // Equal to no float, though it rounds to one.
+        expectCounts<float>(layout,
+                            {floats, floats.size(), 1, true, std::nextafter(double(floats[7]), INFINITY)});
+        expectCounts<float>(layout, {floats, floats.size(), 1, true, floats[7]});
+    }
+}
+
 // Large enough for each thread's tallies of its own, with runs of equal values as in a background.
 TYPED_TEST(ZbHistogramFill, doesNotDependOnTheNumberOfThreads)
 {

@@ -5,9 +5,11 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <emmintrin.h>
+#include <limits>
 #include <type_traits>
 
 namespace
@@ -197,6 +199,88 @@ inline void findBins(int* __restrict bins, const T* __restrict data, unsigned lo
     }
 }
 
+// The same by products with the reciprocal of the width, several times as fast. True if the bins are certain: no
+// product is so near to a whole number, tolerance or less, that the quotient may lie on its other side.
+template <typename Real, typename T>
+inline bool findBinsByProduct(int* __restrict bins, const T* __restrict data, unsigned long count, Real min,
+                              Real reciprocal, Real last, Real ignored, Real tolerance)
+{
+    const Real certain = Real(0.5) - tolerance;
+    int doubtful = 0;
+    for (unsigned long i = 0; i < count; ++i) {
+        const Real value = Real(data[i]);
+        Real bin = (value - min) * reciprocal;
+        // Into the middle of the end bins, where nothing is in doubt.
+        bin = bin > Real(0.5) ? bin : Real(0.5);
+        bin = bin < last + Real(0.5) ? bin : last + Real(0.5);
+        bin = ((value == value) & !(value == ignored)) ? bin : last + Real(1.5);
+        bins[i] = int(bin);
+        const Real fromMiddle = bin - Real(bins[i]) - Real(0.5);
+        doubtful |= (fromMiddle > certain) | (fromMiddle < -certain);
+    }
+    return doubtful == 0;
+}
+
+// How far a product may be from the quotient that it stands for, in bins: the reciprocal, the difference and the
+// product are rounded once each, and so is the minimum before all. Slack for terms of second order. Infinite where
+// products cannot be used at all.
+template <typename Real>
+double productTolerance(const Bins& bins)
+{
+    const double top = std::numeric_limits<Real>::max() / 4;
+    const bool usable = bins.width > 1.0 / top && bins.width < top && std::abs(bins.min) < top &&
+                        bins.width * (bins.last + 1.0) < top;
+    constexpr double rounding = std::numeric_limits<Real>::epsilon() / 2;
+    return usable ? 1.125 * rounding * (3.0 * (bins.last + 1.0) + std::abs(bins.min) / bins.width)
+                  : std::numeric_limits<double>::infinity();
+}
+
+// Finds the bins of block after block, by products as long as that pays.
+template <typename T>
+class BinFinder
+{
+public:
+    explicit BinFinder(const Bins& bins) : m_bins(bins) {}
+
+    void find(int* bins, const T* data, unsigned long count)
+    {
+        if (m_skip > 0)
+            --m_skip;
+        else if (findByProduct(bins, data, count))
+            return;
+        findBins(bins, data, count, m_bins.min, m_bins.width, m_bins.last, m_bins.ignored);
+    }
+
+private:
+    // Tolerances up to which few blocks are in doubt; those of float come near to it with many bins.
+    static constexpr double tolerable = 1.0 / 8192;
+    static constexpr bool fitsFloat = std::is_same_v<T, float> || (std::is_integral_v<T> && sizeof(T) <= 2);
+
+    bool findByProduct(int* bins, const T* data, unsigned long count)
+    {
+        bool certain = false;
+        if (fitsFloat && m_floatTolerance <= tolerable) {
+            const bool noFloat = double(float(m_bins.ignored)) != m_bins.ignored;
+            const float ignored = noFloat ? std::numeric_limits<float>::quiet_NaN() : float(m_bins.ignored);
+            certain = findBinsByProduct(bins, data, count, float(m_bins.min), float(1.0 / m_bins.width),
+                                        float(m_bins.last), ignored, float(m_floatTolerance));
+        } else if (m_doubleTolerance <= tolerable) {
+            certain = findBinsByProduct(bins, data, count, m_bins.min, 1.0 / m_bins.width, m_bins.last,
+                                        m_bins.ignored, m_doubleTolerance);
+        }
+        // Data whose values lie on the edges of bins is in doubt again and again.
+        m_skip = certain ? 0 : m_nextSkip;
+        m_nextSkip = certain ? 0 : std::min(2 * m_nextSkip + 1, 63);
+        return certain;
+    }
+
+    Bins m_bins;
+    double m_floatTolerance = productTolerance<float>(m_bins);
+    double m_doubleTolerance = productTolerance<double>(m_bins);
+    int m_skip = 0;      // blocks to divide before the next try
+    int m_nextSkip = 0;  // blocks to skip after the next doubt
+};
+
 // Any values, by their bins; a place behind the last bin counts those that are left out.
 template <typename T>
 class BinTally
@@ -204,8 +288,8 @@ class BinTally
 public:
     static constexpr bool countsValues = false;
 
-    BinTally(const Bins& bins)
-        : m_bins(bins), m_stride(long(bins.last) + 2), m_tables(m_stride <= 1024 ? 4 : 1)
+    explicit BinTally(const Bins& bins)
+        : m_finder(bins), m_leftOut(int(bins.last) + 1), m_tables(m_leftOut < 1024 ? 4 : 1)
     {
     }
 
@@ -214,13 +298,13 @@ public:
         int bins[blockSize];
         for (unsigned long i = 0; i < count; i += blockSize) {
             const unsigned long n = std::min(blockSize, count - i);
-            zbMultiversion(
-                [&] { findBins(bins, data + i, n, m_bins.min, m_bins.width, m_bins.last, m_bins.ignored); });
-            std::fill(bins + n, bins + (n + 3) / 4 * 4, int(m_bins.last) + 1);
+            zbMultiversion([&] { m_finder.find(bins, data + i, n); });
+            std::fill(bins + n, bins + (n + 3) / 4 * 4, m_leftOut);
+            const long nextTable = m_tables > 1 ? m_leftOut + 1 : 0;
             UInt* const first = m_counts.data();
-            UInt* const second = first + m_stride * (m_tables > 1);
-            UInt* const third = second + m_stride * (m_tables > 1);
-            UInt* const fourth = third + m_stride * (m_tables > 1);
+            UInt* const second = first + nextTable;
+            UInt* const third = second + nextTable;
+            UInt* const fourth = third + nextTable;
             for (unsigned long k = 0; k < n; k += 4) {
                 ++first[bins[k]];
                 ++second[bins[k + 1]];
@@ -233,19 +317,19 @@ public:
     template <typename Sink>
     void handOver(Sink sink)
     {
-        for (long bin = 0; bin < m_stride - 1; ++bin)
+        for (long bin = 0; bin < m_leftOut; ++bin)
             for (long table = 0; table < m_tables; ++table)
-                sink(bin, UInt64(m_counts[bin + table * m_stride]));
+                sink(bin, UInt64(m_counts[bin + table * (m_leftOut + 1)]));
         m_counts.fill(0);
     }
 
 private:
     static constexpr unsigned long blockSize = 512;
 
-    Bins m_bins;
-    long m_stride;  // counts of one table
+    BinFinder<T> m_finder;
+    int m_leftOut;  // the place behind the last bin
     long m_tables;  // 4 as long as they stay in the first cache, so that equal neighbours do not wait
-    ZbDArray<UInt> m_counts = zeros(m_stride * m_tables);
+    ZbDArray<UInt> m_counts = zeros((m_leftOut + 1) * m_tables);
 };
 
 // Integers are tallied by their bits, without their sign.
@@ -355,8 +439,8 @@ void ZbDetail::HistogramFill::add(const T* data, unsigned long count, long strid
         }
     }
     if (count / 4 >= (unsigned long)(numBins))
-        addByTally(BinTally<T>({m_target.m_min, m_target.m_binWidth, double(numBins - 1), m_ignored}), data,
-                   count, stride);
+        addByTally(BinTally<T>(Bins{m_target.m_min, m_target.m_binWidth, double(numBins - 1), m_ignored}),
+                   data, count, stride);
     else
         addEach(data, count, stride);
 }
