@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <random>
+#include <string>
 
 TEST(ZbHash, textsFoldByNine)
 {
@@ -21,6 +23,20 @@ TEST(ZbHash, textsFoldByNine)
               zbhash("gr\xC3\xB6\xC3\x9F"
                      "e"));
     EXPECT_EQ(zbhash(QString(QChar('a')) + QChar(0) + QChar(0x20AC)), 97U);
+}
+
+TEST(ZbHash, textsOfAllLengthsFoldLikeThePlainRule)
+{
+    std::mt19937 random(17);
+    for (int round = 0; round < 2000; ++round) {
+        std::string text(random() % 40, ' ');
+        unsigned int expected = 0;
+        for (char& character : text) {
+            character = char(1 + random() % 255);
+            expected = 9 * expected + unsigned(int(static_cast<signed char>(character)));
+        }
+        EXPECT_EQ(zbhash(text.c_str()), expected) << text;
+    }
 }
 
 TEST(ZbHash, numbersAndAddressesAreTheirLowBits)

@@ -34,8 +34,8 @@ template <typename Key, typename Value>
 class ZbHashTable
 {
     static constexpr bool isText = std::is_same_v<Key, const char*> || std::is_same_v<Key, char*>;
-    // Of keys whose contents lie elsewhere in memory a fingerprint is kept: it tells most of them apart, and says where
-    // they belong when the table grows, without going there.
+    // Of keys whose contents lie elsewhere in memory a fingerprint is kept: it tells most of them apart, and
+    // says where they belong when the table grows, without going there.
     static constexpr bool isKept = isText || !std::is_trivially_copyable_v<Key>;
 
     // What is computed of a key once for each operation; the fingerprint is the hash, except of texts.
@@ -46,10 +46,11 @@ class ZbHashTable
     };
 
     struct Item {
-        Key key;
-        Value value;
-        [[no_unique_address]] std::conditional_t<isKept, unsigned int, NoFingerprint> fingerprint;
+        // What walking along a chain reads comes first: it lies in one cache line.
         Item* next;  // in its bucket
+        [[no_unique_address]] std::conditional_t<isKept, unsigned int, NoFingerprint> fingerprint;
+        Value value;
+        Key key;
     };
 
     template <typename EntryValue>
@@ -325,8 +326,6 @@ inline bool ZbHashTable<Key, Value>::holds(const Item& item, const Key& key, [[m
     if constexpr (isKept) {
         if (item.fingerprint != probe.fingerprint)
             return false;
-        // For the case that the keys differ after all: it comes while the key is on its way.
-        __builtin_prefetch(item.next);
     }
     if constexpr (isText)
         return std::strcmp(item.key, key) == 0;
@@ -360,6 +359,14 @@ inline typename ZbHashTable<Key, Value>::Item* ZbHashTable<Key, Value>::find(con
                                                                              Probe probe) const
 {
     Item* item = m_buckets.data()[probe.hash & unsigned(m_mask)];
+    if constexpr (std::is_scalar_v<Key> && !isText) {
+        if (!item)
+            return nullptr;
+        // Whether the first item is the one cannot be predicted; without a branch the next lookup need not
+        // wait for it to be read.
+        Item* const firstOrSecond[] = {item->next, item};
+        item = firstOrSecond[item->key == key ? 1 : 0];
+    }
     while (item && !holds(*item, key, probe))
         item = item->next;
     return item;
@@ -370,7 +377,10 @@ template <typename Key, typename Value>
 typename ZbHashTable<Key, Value>::Item* ZbHashTable<Key, Value>::add(const Key& key, const Value& value,
                                                                      Probe probe)
 {
-    std::unique_ptr<Item> item(new Item{key, value, decltype(Item::fingerprint)(probe.fingerprint), nullptr});
+    std::unique_ptr<Item> item(new Item{.next = nullptr,
+                                        .fingerprint = decltype(Item::fingerprint)(probe.fingerprint),
+                                        .value = value,
+                                        .key = key});
     const bool grows = m_numEntries == 2 * m_mask + 1;
     if (grows) {
         if (m_numEntries == INT_MAX)
@@ -433,8 +443,8 @@ void ZbHashTable<Key, Value>::rebuildTable() noexcept
     const int oldBuckets = m_mask + 1;
     Item** heads = m_buckets.data();
     for (int bucket = 0; bucket < oldBuckets; ++bucket) {
-        // Items lie anywhere in memory: where they are too many for a cache, fetch those of the buckets ahead, link
-        // by link.
+        // Items lie anywhere in memory: where they are too many for a cache, fetch those of the buckets ahead,
+        // link by link.
         constexpr int step = 8;
         if (oldBuckets >= 4096 && bucket + 3 * step < oldBuckets) {
             __builtin_prefetch(heads[bucket + 3 * step]);
