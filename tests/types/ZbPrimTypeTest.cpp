@@ -78,6 +78,7 @@ TEST(ZbPrimType, comparesWithTypesCodesAndEnumerators)
     EXPECT_FALSE(p != q || p != 3 || 3 != p || p != ZbPrimType::FLOAT || ZbPrimType::FLOAT != p);
     p = -1;
     EXPECT_TRUE(p == -1 && p != q && q != -1 && p < 0);
+    EXPECT_TRUE(q == 3L && 3U == q && q != 0x100000003);
 }
 
 TEST(ZbPrimType, queriesOfABrokenCodeRaiseWhatIsBeingHandled)

@@ -2,6 +2,7 @@
 
 #include <zblib/foundation/ZbExport.h>
 
+#include <concepts>
 #include <type_traits>
 
 namespace ZbDetail
@@ -128,9 +129,13 @@ public:
     [[nodiscard]] static bool convertNameToType(const char* name, Type& type);
 
     friend constexpr bool operator==(ZbPrimType a, ZbPrimType b) noexcept { return a.m_code == b.m_code; }
-    // An exact match for codes and enumerators. Without it, converting the code to a type and the type to a
-    // code would be equally good, and p == 3 ambiguous.
+    // Exact matches for codes of any integer type, and for enumerators. Without them, converting the code to a
+    // type and the type to a code would be equally good, and p == 3 ambiguous.
     friend constexpr bool operator==(ZbPrimType a, int code) noexcept { return a.m_code == code; }
+    friend constexpr bool operator==(ZbPrimType a, std::integral auto code) noexcept
+    {
+        return a.m_code == static_cast<long long>(code);
+    }
 
 private:
     constexpr bool isValid() const noexcept { return m_code >= BYTE && m_code <= UINT64; }
