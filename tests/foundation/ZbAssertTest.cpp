@@ -3,6 +3,7 @@
 #define ZB_PACKAGE_NAME "tests"
 #include <zblib/foundation/ZbAssert.h>
 
+#include <zblib/containers/ZbDArray.h>
 #include <zblib/foundation/ZbException.h>
 #include <zblib/foundation/ZbMinimalAssertionHandler.h>
 
@@ -94,6 +95,20 @@ TEST_F(ZbAssert, ignoringAlwaysSilencesOnePlace)
         ZB_ASSERT(i > 5);
     }
     EXPECT_EQ(m_handler->said, "assert i < 0 1;assert i > 5 1;assert i > 5 1;assert i > 5 1;");
+}
+
+TEST_F(ZbAssert, misplacedInsertionsCanBeThrown)
+{
+    struct Value {
+        int value = 7;
+    };
+    ZbDArray<Value> array(3);
+    m_handler->answer = Handler::DO_NOT_IGNORE;
+    const Value item;
+    EXPECT_THROW(array.insert(4, item), ZbException);
+    EXPECT_THROW(array.insert(-1, &item, 1), ZbException);
+    EXPECT_THROW(array.insertMemory(4, 1), ZbException);
+    EXPECT_EQ(array.size(), 3);
 }
 
 TEST_F(ZbAssert, debugOutputPassesLevelAndFilters)

@@ -33,16 +33,6 @@ using testing::ElementsAre;
 
 }  // namespace
 
-TEST(ZbProgressInterface, baseClassReportsNothingAndNeverInterrupts)
-{
-    ZbProgressInterface progress;
-    progress.startWorking("working");
-    EXPECT_FALSE(progress.wasInterrupted(true));
-    EXPECT_FALSE(progress.wasSuspended());
-    EXPECT_EQ(progress.getProgressValue(), 0);
-    progress.stopWorking();
-}
-
 TEST(ZbProgressInterface, valuesFallIntoTheCurrentRange)
 {
     Recorder progress;

@@ -107,6 +107,7 @@ public:
     /// Makes room for n elements in front of index pos, without a value, and returns where they are.
     T* insertMemory(long pos, long n) requires std::is_trivially_copyable_v<T>
     {
+        ZB_REQUIRE(pos >= 0 && pos <= m_size);
         remax(sizeWith(n));
         return openGap(pos, std::max(n, 0L));
     }
@@ -162,11 +163,10 @@ struct ZbIsRelocatable<ZbDArray<T>> : std::true_type {
 template <typename T>
 ZbDArray<T>::~ZbDArray()
 {
-    static_assert(
-        ZbIsRelocatable<T>::value,
-        "ZbDArray moves its elements by copying their bytes. This type is not known to allow that: declare "
-        "it "
-        "with Q_DECLARE_TYPEINFO(T, Q_RELOCATABLE_TYPE), or specialise ZbIsRelocatable<T>, if it does.");
+    static_assert(ZbIsRelocatable<T>::value,
+                  "ZbDArray moves its elements by copying their bytes. This type is not known to allow that: "
+                  "if it does, declare it with Q_DECLARE_TYPEINFO(T, Q_RELOCATABLE_TYPE), or specialise "
+                  "ZbIsRelocatable<T>.");
     static_assert(alignof(T) <= alignof(std::max_align_t),
                   "The memory of a ZbDArray is aligned as by malloc; this type asks for more.");
     std::destroy(begin(), end());
@@ -243,8 +243,8 @@ inline void ZbDArray<T>::remax(long n)
         grow(n);
 }
 
-// Growth is inlined on purpose: out of line it would take the address of the array, and the size of one that lives
-// in a single function could not stay in a register across appends.
+// Growth is inlined on purpose: out of line it would take the address of the array, and the size of one that
+// lives in a single function could not stay in a register across appends.
 template <typename T>
 [[gnu::always_inline]] inline void ZbDArray<T>::grow(long n)
 {
@@ -256,7 +256,7 @@ template <typename T>
 {
     // More bytes than can be counted are asked for as all there are, which the allocator refuses.
     const unsigned long bytes =
-        capacity > LONG_MAX / long(sizeof(T)) ? ULONG_MAX : (unsigned long)(capacity) * sizeof(T);
+        capacity > LONG_MAX / long(sizeof(T)) ? ULONG_MAX : static_cast<unsigned long>(capacity) * sizeof(T);
     m_data = static_cast<T*>(zbrealloc(static_cast<void*>(m_data), bytes));
     m_capacity = capacity;
 }
@@ -294,7 +294,6 @@ const T* ZbDArray<T>::remaxKeeping(const T* items, long n)
 template <typename T>
 T* ZbDArray<T>::openGap(long pos, long n) noexcept
 {
-    ZB_REQUIRE(pos >= 0 && pos <= m_size);
     T* gap = m_data + pos;
     if (m_size > pos && n > 0)
         std::memmove(static_cast<void*>(gap + n), static_cast<const void*>(gap),
@@ -337,6 +336,7 @@ template <typename T>
 template <typename Item>
 void ZbDArray<T>::insertOne(long pos, Item&& item)
 {
+    ZB_REQUIRE(pos >= 0 && pos <= m_size);
     T& kept = const_cast<T&>(*remaxKeeping(std::addressof(item), m_size + 1));
     // Made outside the array, before anything moves, and moved in by its bytes.
     alignas(T) std::byte copy[sizeof(T)];
@@ -347,11 +347,11 @@ void ZbDArray<T>::insertOne(long pos, Item&& item)
 template <typename T>
 void ZbDArray<T>::insert(long pos, const T* items, long n)
 {
+    ZB_REQUIRE(pos >= 0 && pos <= m_size);
     if (n <= 0)
         return;
     ZbDArray copies;
-    // Made outside the array, so that a copy that fails changes nothing. Numbers are copied from where they
-    // lie.
+    // Made outside the array, so that a copy that fails changes nothing. Numbers are copied from their place.
     if constexpr (!std::is_trivially_copyable_v<T>) {
         copies.append(items, n);
         items = copies.m_data;

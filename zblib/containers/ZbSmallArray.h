@@ -109,11 +109,10 @@ ZbSmallArray<T, N>& ZbSmallArray<T, N>::operator=(ZbSmallArray other) noexcept
 template <typename T, int N>
 ZbSmallArray<T, N>::~ZbSmallArray()
 {
-    static_assert(
-        ZbIsRelocatable<T>::value,
-        "ZbSmallArray moves its elements by copying their bytes. This type is not known to allow that: "
-        "declare it "
-        "with Q_DECLARE_TYPEINFO(T, Q_RELOCATABLE_TYPE), or specialise ZbIsRelocatable<T>, if it does.");
+    static_assert(ZbIsRelocatable<T>::value,
+                  "ZbSmallArray moves its elements by copying their bytes. This type is not known to allow "
+                  "that: if it does, declare it with Q_DECLARE_TYPEINFO(T, Q_RELOCATABLE_TYPE), or "
+                  "specialise ZbIsRelocatable<T>.");
     static_assert(alignof(T) <= alignof(std::max_align_t),
                   "The memory of a ZbSmallArray is aligned as by malloc; this type asks for more.");
     clear();
@@ -122,6 +121,8 @@ ZbSmallArray<T, N>::~ZbSmallArray()
 template <typename T, int N>
 void ZbSmallArray<T, N>::swap(ZbSmallArray& other) noexcept
 {
+    if (this == &other)
+        return;
     alignas(ZbSmallArray) std::byte bytes[sizeof(ZbSmallArray)];
     std::memcpy(bytes, static_cast<const void*>(this), sizeof bytes);
     std::memcpy(static_cast<void*>(this), static_cast<const void*>(&other), sizeof bytes);

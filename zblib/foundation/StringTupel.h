@@ -3,12 +3,15 @@
 #include <zblib/foundation/ZbExport.h>
 
 /// The words of a text, at most 49; what follows them is ignored. Only the blank separates words, a tab
-/// belongs to its word, and several blanks count as one. Owns its words.
+/// belongs to its word, and several blanks count as one.
+///
+/// Owns copies of its words. Not changed after construction, so any number of threads may read it.
 class ZB_API StringTupel
 {
 public:
     static constexpr int maxWords = 49;
 
+    /// text is not null. Throws ZbMemoryException.
     explicit StringTupel(const char* text);
     ~StringTupel();
     // Nobody needs a copy of a filter.
@@ -17,6 +20,7 @@ public:
 
     int count() const noexcept { return m_count; }
     const char* const* words() const noexcept { return m_words; }
+    /// index is in [0, count()).
     const char* operator[](int index) const { return m_words[index]; }
 
     /// Writes "(a, b, )" to standard error, without a line feed.

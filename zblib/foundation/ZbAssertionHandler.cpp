@@ -4,6 +4,7 @@
 #include <zblib/foundation/ZbMinimalAssertionHandler.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -37,10 +38,9 @@ ZbAssertionHandler& ZbAssertionHandler::handler()
 
 void ZbAssertionHandler::setAssertionHandler(ZbAssertionHandler* h)
 {
-    if (h != installedHandler) {
-        delete installedHandler;
-        installedHandler = h;
-    }
+    // The old one is out of reach before it goes: its destructor may report failures of its own.
+    if (h != installedHandler)
+        delete std::exchange(installedHandler, h);
 }
 
 int& ZbAssertionHandler::debuglevel()

@@ -86,7 +86,7 @@ void ZbProgressInterface::subdivide(const ZbDArray<float>& boundaries)
 void ZbProgressInterface::subdivide(int n)
 {
     ZbDArray<float> boundaries;
-    for (int i = 0; i <= n; ++i)
+    for (long i = 0; i <= n; ++i)
         boundaries.append(float(i));
     subdivide(boundaries);
 }
