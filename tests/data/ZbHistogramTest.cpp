@@ -8,9 +8,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <complex>
+#include <numeric>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -70,7 +72,8 @@ INSTANTIATE_TEST_SUITE_P(
                       LayoutCase{"doubledStep", {0, 1000000, 1}, 62500, -0.5, 1000000.5},
                       LayoutCase{"allInts", {INT_MIN, INT_MAX, 1}, 65536, -2147483648.5, 2147549182.5},
                       LayoutCase{"noStep", {0, 1, 0}, 1, -0.5, 1.5},
-                      LayoutCase{"backwards", {3, 1, 1}, 1, 2.5, 3.5}));
+                      LayoutCase{"backwards", {3, 1, 1}, 1, 2.5, 3.5},
+                      LayoutCase{"farBackwards", {INT_MAX, INT_MIN, 1}, 1, 2147483646.5, 2147483647.5}));
 
 // ---- adding
 
@@ -123,6 +126,9 @@ TEST(ZbHistogram, answersStatistics)
     EXPECT_DOUBLE_EQ(histogram.getMomentBin(3), -1.21875);
     EXPECT_DOUBLE_EQ(histogram.getMoment(3), 8 * -1.21875);
     EXPECT_DOUBLE_EQ(histogram.getMomentBin(0), 1);
+    // The root of the variance to the last bit, which the root of the one in bins times the width misses.
+    const ZbHistogram narrow(withCounts({1, 0, 3, 4}, 0, 0.3F));
+    EXPECT_EQ(narrow.getStandardDeviation(), std::sqrt(narrow.getVariance()));
 }
 
 TEST(ZbHistogram, answersEntropies)
@@ -373,6 +379,7 @@ TEST(ZbHistogramFill, countsBackwardsAndThePartsOfComplexValues)
     EXPECT_EQ(countsOf(histogram), (Counts{1, 2, 0, 1, 1, 2}));
     ZbRawData::getHistogram(ZbTypedPointer(values.data(), ZbPrimType::COMPLEX), 3, histogram);
     EXPECT_EQ(countsOf(histogram), (Counts{2, 3, 1, 2, 2, 3}));
+    ZbRawData::getHistogram(ZbTypedPointer(nullptr, ZbPrimType::COMPLEX), 0, 2, histogram);
 
     ::testing::internal::CaptureStderr();
     ZbRawData::getHistogram(ZbTypedPointer(values.data(), ZbPrimType::STRING), 2, histogram);
@@ -406,6 +413,13 @@ TEST(ZbHistogramFill, reportsEveryMillionValuesOfTheCallingThread)
         EXPECT_EQ(progress.values, threads == 1 ? (std::vector<float>{0.2f, 0.4f, 0.6f, 0.8f, 1})
                                                 : (std::vector<float>{0.4f, 0.8f}));
     }
+    // So many bins that values are added one by one.
+    const ThreadCount guard(1);
+    ProgressRecorder progress;
+    ZbHistogram fine(0.0, 1.0, 1000000);
+    std::vector<float> reals(2000000);
+    ZbRawData::getHistogram(ZbTypedPointer(reals.data()), reals.size(), fine, false, 0, &progress);
+    EXPECT_EQ(progress.values, (std::vector<float>{0.5f, 1}));
 }
 
 // ---- the loop over pieces

@@ -8,10 +8,12 @@
 
 #include <algorithm>
 #include <cfenv>
+#include <climits>
 #include <cmath>
 #include <complex>
 #include <cstring>
 #include <functional>
+#include <numeric>
 #include <vector>
 
 namespace
@@ -235,11 +237,13 @@ TEST(ZbRawDataConvert, refusesOtherTypesInFixedWords)
         {ZbPrimType::COMPLEX, ZbPrimType::FLOAT, copy,
          "ERROR: ZbRawData::memcpy() does not support complex data.\n"},
         {ZbPrimType::INT64, ZbPrimType::INT, copy, "Unsupported data type int64 in ZbRawData()\n"},
+        {-1, -1, copy, "Unsupported data type unknown in ZbRawData()\n"},
         {ZbPrimType::INT, ZbPrimType::STRING, copy, "Unsupported data type string in ZbRawData()\n"},
         {ZbPrimType::COMPLEX, ZbPrimType::FLOAT, map, complexMap},
         {ZbPrimType::INT, ZbPrimType::COMPLEX, mapInts, complexMap},
         {ZbPrimType::UINT64, ZbPrimType::UINT64, map, "Unsupported data type uint64 in mapLinear()\n"},
         {ZbPrimType::INT64, ZbPrimType::BYTE, mapInts, "Unsupported data type int64 in mapLinear()\n"},
+        {12, 12, mapInts, "Unsupported data type unknown in mapLinear()\n"},
         {ZbPrimType::STRING, ZbPrimType::STRING, map, "Unsupported data type string in mapLinear()\n"},
         {ZbPrimType::COMPLEX, 0, fill, "Unsupported data type complex in ZbRawData::memset()\n"},
         {ZbPrimType::INT64, 0, fillReal, "Unsupported data type int64 in ZbRawData::memset()\n"},

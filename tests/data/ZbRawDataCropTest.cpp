@@ -114,8 +114,9 @@ TEST(ZbRawDataFlip, mirrorsAlongOneAxis)
 {
     // Row lengths around one and two blocks of 64 elements; sizes with and without a kernel of their own.
     for (const long width : {1, 2, 3, 4, 5, 8, 12, 16})
-        for (const ZbDim3l& dims : {ZbDim3l(1, 1, 1), ZbDim3l(127, 2, 3), ZbDim3l(128, 3, 2),
-                                    ZbDim3l(300, 5, 4), ZbDim3l(2000, 2, 2), ZbDim3l(5, 0, 3)}) {
+        for (const ZbDim3l& dims :
+             {ZbDim3l(1, 1, 1), ZbDim3l(127, 2, 3), ZbDim3l(128, 3, 2), ZbDim3l(300, 5, 4),
+              ZbDim3l(2000, 2, 2), ZbDim3l(5, 0, 3), ZbDim3l(0, 2, 3)}) {
             const std::vector<char> block = randomBytes(size_t(dims.nx * dims.ny * dims.nz * width), 3);
             for (int axis = -1; axis <= 3; ++axis) {
                 SCOPED_TRACE(::testing::Message()

@@ -184,9 +184,14 @@ TEST(ZbRawDataDownSample, treatsNansPartsAndUnknownTypes)
     ::testing::internal::CaptureStderr();
     EXPECT_FALSE(ZbRawData::downSampleMaxFilterComponents3DN(from, dims, 1, two, to));
     EXPECT_FALSE(ZbRawData::downSampleLabels3D(values, dims, two, largest));
+    const ZbTypedPointer unknown(complex, ZbPrimType(12));
+    EXPECT_FALSE(ZbRawData::downSampleLabels3D(unknown, dims, two, to));
+    EXPECT_FALSE(ZbRawData::downSample3DN(unknown, dims, 1, two, to));
     EXPECT_EQ(::testing::internal::GetCapturedStderr(),
               "Unsupported data type complex in ZbRawData::downSampleMaxFilterComponents3DN()\n"
-              "Unsupported data type float in ZbRawData::downSampleLabels3D()\n");
+              "Unsupported data type float in ZbRawData::downSampleLabels3D()\n"
+              "Unsupported data type unknown in ZbRawData::downSampleLabels3D()\n"
+              "Unsupported data type unknown in ZbRawData::downSample3DN()\n");
     EXPECT_FALSE(ZbRawData::downSample3D(from, dims, 1, zero, to));
     EXPECT_EQ(mean[0], std::complex<float>(2, 4));
 }

@@ -116,6 +116,7 @@ TEST(ZbRawDataBytes, writesAndReadsInAnOrder)
     }
     const File full(std::fopen("/dev/full", "w"));
     std::setvbuf(full.get(), nullptr, _IONBF, 0);
+    EXPECT_EQ(ZbRawData::writeBigEndian(ZbTypedPointer(values.data(), ZbPrimType(-1)), 1, full.get()), 0u);
     EXPECT_LT(ZbRawData::writeBigEndian(data, 40001, full.get()), 40001u);
 }
 

@@ -68,6 +68,9 @@ TEST(ZbRawDataSwapDims, refusesWhatItCannotMoveAndChangesNothing)
     EXPECT_FALSE(wide.result);
     EXPECT_EQ(wide.message, "Unsupported data type byte in ZbRawData::swapDims()\n");
     EXPECT_EQ(wide.dims, (Dims{2, 1, 1}));
+    const auto unknown = swapDims(ZbTypedPointer(data, ZbPrimType(-1)), {2, 1, 1}, {1, 0, 2}, 1);
+    EXPECT_FALSE(unknown.result);
+    EXPECT_EQ(unknown.message, "Unsupported data type unknown in ZbRawData::swapDims()\n");
     EXPECT_TRUE(swapDims(data, {2, 1, 1}, {0, 1, 2}, 3).result);
 
     for (const Dims& permutation : {Dims{0, 0, 1}, Dims{0, 1, 3}, Dims{-1, 0, 1}})

@@ -15,6 +15,12 @@ long long roundedCount(double count)
     return count == count ? std::llrint(std::clamp(count, -0x1p62, 0x1p62)) : 0;
 }
 
+// A variance is the difference of two rounded numbers, which may fall below 0.
+double deviation(double variance)
+{
+    return variance < 0 ? 0 : std::sqrt(variance);
+}
+
 }  // namespace
 
 ZbHistogram::ZbHistogram(float min, float max, const ZbDArray<unsigned long long>& counts)
@@ -55,7 +61,9 @@ void ZbHistogram::init(int min, int max, int step)
         wide *= 2;
     // The remainder is added, not rounded up to a whole step.
     const long long end = max + range % wide;
-    init(min - 0.5, double(end) + 0.5, int((end - min + 1) / wide));
+    // Negative where max lies below min, and then too low for an int, possibly.
+    const long long numBins = std::max((end - min + 1) / wide, 1LL);
+    init(min - 0.5, double(end) + 0.5, int(numBins));
 }
 
 void ZbHistogram::addValues(const double* values, unsigned long count)
@@ -139,9 +147,12 @@ double ZbHistogram::getVarianceBin() const
 
 double ZbHistogram::getStandardDeviationBin() const
 {
-    // The difference of two rounded numbers may fall below 0.
-    const double variance = getVarianceBin();
-    return variance < 0 ? 0 : std::sqrt(variance);
+    return deviation(getVarianceBin());
+}
+
+double ZbHistogram::getStandardDeviation() const
+{
+    return deviation(getVariance());
 }
 
 double ZbHistogram::getMomentBin(double p) const

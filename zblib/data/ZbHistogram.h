@@ -89,8 +89,9 @@ public:
     double getMedian() const { return getValue(getMedianBin()); }
     double getVarianceBin() const;
     double getVariance() const { return getVarianceBin() * (m_binWidth * m_binWidth); }
+    /// The square roots of the variances; 0 where rounding has put a variance below 0.
     double getStandardDeviationBin() const;
-    double getStandardDeviation() const { return getStandardDeviationBin() * m_binWidth; }
+    double getStandardDeviation() const;
     /// The central moment: the mean of (bin - mean bin)^p.
     double getMomentBin(double p) const;
     double getMoment(double p) const;

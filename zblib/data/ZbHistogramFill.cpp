@@ -368,15 +368,20 @@ ZbHistogram ZbDetail::HistogramFill::emptyLike(const ZbHistogram& other)
 template <typename T>
 bool ZbDetail::HistogramFill::isWanted(T value) const
 {
-    return value == value && !(double(value) == m_ignored);
+    const double number = double(value);
+    return !std::isnan(number) && number != m_ignored;
 }
 
 template <typename T>
 void ZbDetail::HistogramFill::addEach(const T* data, unsigned long count, long stride)
 {
-    for (unsigned long i = 0; i < count; ++i, data += stride)
-        if (isWanted(*data))
-            m_target.addValue(double(*data));
+    for (unsigned long i = 0; i < count; ++i) {
+        const T value = data[long(i) * stride];
+        if (isWanted(value))
+            m_target.addValue(double(value));
+        if (m_progress && (i + 1) % sectionSize == 0)
+            m_progress->setProgressValue(float(double(i + 1) / double(count)));
+    }
 }
 
 template <typename Tally, typename T>

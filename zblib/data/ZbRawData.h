@@ -18,9 +18,10 @@ class ZbRawData3D;
 /// Complex counts as one value of two floats. Nothing here owns the memory that it works on.
 ///
 /// An operation that does not support a type writes one line with the name of the type to standard error and
-/// leaves everything as it is. A null pointer is legal where there are no values. Different threads may work
-/// on different blocks at the same time; getRange() and getHistogram() use several threads of their own for
-/// large blocks, with results that do not depend on how many.
+/// leaves everything as it is; those for byte order pass over a code that names no type. A null pointer is
+/// legal where there are no values. Different threads may work on different blocks at the same time;
+/// getRange() and getHistogram() use several threads of their own for large blocks, with results that do not
+/// depend on how many.
 class ZB_API ZbRawData
 {
 public:
@@ -68,7 +69,8 @@ public:
     /// With ignore set, a value that is equal to ignored when converted to float is passed over. Where no
     /// value is left, minimum is FLT_MAX and maximum -FLT_MAX; these are where the search starts, so that
     /// infinite values alone leave one of them as well. Complex data is searched in all its real and
-    /// imaginary parts. Strings and 64-bit integers leave both untouched. O(count), parallel.
+    /// imaginary parts. Strings and 64-bit integers leave both untouched, without a message. O(count),
+    /// parallel.
     static void getRange(ZbTypedPointer data, unsigned long count, float& minimum, float& maximum,
                          bool ignore = false, float ignored = 0);
     /// The same with minimum, maximum and ignored of the data's own type (float for complex).

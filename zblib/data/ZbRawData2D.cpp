@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <type_traits>
 #include <utility>
 
 namespace
@@ -89,7 +90,7 @@ void ZbRawData2D::init(int nx, int ny, int elementSize)
 
 void ZbRawData2D::init(int nx, int ny, int elementSize, void* data)
 {
-    init(nx, ny, elementSize, static_cast<unsigned long long>(static_cast<long>(nx) * elementSize), data);
+    init(nx, ny, elementSize, ZbDetail::blockBytes({nx, elementSize}), data);
 }
 
 void ZbRawData2D::init(int nx, int ny, int elementSize, unsigned long long bytesPerLine, void* data)
@@ -130,7 +131,7 @@ void ZbRawData2D::cleanup()
 bool ZbRawData2D::isContiguous() const noexcept
 {
     return m_bytesPerPixel == m_elementSize &&
-           m_bytesPerLine == static_cast<unsigned long long>(static_cast<long>(m_bytesPerPixel) * m_dims[0]);
+           m_bytesPerLine == ZbDetail::blockBytes({m_dims[0], m_elementSize});
 }
 
 void ZbRawData2D::makeLocal()

@@ -1,5 +1,6 @@
 #include <zblib/data/ZbRawData.h>
 
+#include <zblib/data/ZbUnsupportedType.h>
 #include <zblib/foundation/ZbMultiversion.h>
 
 #include <algorithm>
@@ -67,7 +68,7 @@ void ZbRawData::swapBytesWord8(void* words, unsigned long count)
 
 void ZbRawData::swapBytes(ZbTypedPointer data, unsigned long count)
 {
-    switch (data.getPrimType().getTypeSize()) {
+    switch (ZbDetail::sizeOrZero(data.getPrimType())) {
     case 2:
         return swapBytesWord2(data.getData(), count);
     case 4:
@@ -88,12 +89,14 @@ void ZbRawData::fromBigEndian(ZbTypedPointer data, unsigned long count)
 
 unsigned long ZbRawData::readLittleEndian(ZbTypedPointer data, unsigned long count, FILE* stream)
 {
-    return std::fread(data.getData(), static_cast<size_t>(data.getPrimType().getTypeSize()), count, stream);
+    return std::fread(data.getData(), ZbDetail::sizeOrZero(data.getPrimType()), count, stream);
 }
 
 unsigned long ZbRawData::readBigEndian(ZbTypedPointer data, unsigned long count, FILE* stream)
 {
-    const unsigned long typeSize = static_cast<unsigned long>(data.getPrimType().getTypeSize());
+    const unsigned long typeSize = ZbDetail::sizeOrZero(data.getPrimType());
+    if (typeSize == 0)
+        return 0;
     char* values = static_cast<char*>(data.getData());
     unsigned long done = 0;
     while (done < count) {
@@ -109,14 +112,16 @@ unsigned long ZbRawData::readBigEndian(ZbTypedPointer data, unsigned long count,
 
 unsigned long ZbRawData::writeLittleEndian(ZbTypedPointer data, unsigned long count, FILE* stream)
 {
-    return std::fwrite(data.getData(), static_cast<size_t>(data.getPrimType().getTypeSize()), count, stream);
+    return std::fwrite(data.getData(), ZbDetail::sizeOrZero(data.getPrimType()), count, stream);
 }
 
 unsigned long ZbRawData::writeBigEndian(ZbTypedPointer data, unsigned long count, FILE* stream)
 {
+    const unsigned long typeSize = ZbDetail::sizeOrZero(data.getPrimType());
+    if (typeSize == 0)
+        return 0;
     // The values pass through a buffer: whoever owns them may be reading them at the same time.
     alignas(64) char buffer[pieceBytes];
-    const unsigned long typeSize = static_cast<unsigned long>(data.getPrimType().getTypeSize());
     const char* values = static_cast<const char*>(data.getData());
     unsigned long done = 0;
     while (done < count) {

@@ -63,7 +63,7 @@ inline void convertBlock(To* block, const From* source, unsigned long count, Rul
         // In two loops: compilers make poor code of double to int to a narrow type in one.
         int wide[blockSize];
         for (unsigned long i = 0; i < count; ++i)
-            wide[i] = rule(source[i]);
+            wide[i] = rule(source[i]);  // NOLINT(bugprone-signed-char-misuse): the sign is part of it
         for (unsigned long i = 0; i < count; ++i)
             block[i] = To(wide[i]);
     } else {
@@ -199,8 +199,12 @@ void mapIntegers(To* target, const From* source, unsigned long count, int offset
 void copyValues(ZbTypedPointer target, ZbTypedPointer source, unsigned long count)
 {
     if (count > 0)
-        std::memmove(target.getData(), source.getData(),
-                     count * (unsigned long)(source.getPrimType().size()));
+        std::memmove(target.getData(), source.getData(), count * ZbDetail::sizeOrZero(source.getPrimType()));
+}
+
+bool haveSameType(ZbTypedPointer target, ZbTypedPointer source)
+{
+    return target.getPrimType() == source.getPrimType() && ZbDetail::sizeOrZero(target.getPrimType()) > 0;
 }
 
 template <typename... T>
@@ -262,7 +266,7 @@ void ZbRawData::memset(ZbTypedPointer data, double value, long count)
 void ZbRawData::memcpy(ZbTypedPointer target, ZbTypedPointer source, long count)
 {
     const auto n = (unsigned long)(std::max(count, 0L));
-    if (target.getPrimType() == source.getPrimType())
+    if (haveSameType(target, source))
         copyValues(target, source, n);
     else if (isComplex(target) || isComplex(source))
         std::fputs("ERROR: ZbRawData::memcpy() does not support complex data.\n", stderr);
@@ -274,7 +278,7 @@ void ZbRawData::memcpy(ZbTypedPointer target, ZbTypedPointer source, long count)
 void ZbRawData::mapLinear(ZbTypedPointer target, ZbTypedPointer source, unsigned long count, double offset,
                           double scale)
 {
-    if (target.getPrimType() == source.getPrimType() && offset == 0.0 && scale == 1.0) {
+    if (haveSameType(target, source) && offset == 0.0 && scale == 1.0) {
         copyValues(target, source, count);
         return;
     }
@@ -298,7 +302,7 @@ void ZbRawData::mapLinear(ZbTypedPointer target, ZbTypedPointer source, unsigned
         mapLinear(target, source, count, double(offset), double(scale));
         return;
     }
-    if (target.getPrimType() == source.getPrimType() && offset == 0 && scale == 1) {
+    if (haveSameType(target, source) && offset == 0 && scale == 1) {
         copyValues(target, source, count);
         return;
     }

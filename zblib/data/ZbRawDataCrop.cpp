@@ -206,7 +206,7 @@ bool ZbRawData::crop(ZbRawData3D& block, const int* boxMinimum, const int* boxMa
 
 void ZbRawData::flip(void* data, int elementSize, const ZbDim3l& dims, int axis)
 {
-    if (axis < 0 || axis > 2 || elementSize < 1)
+    if (axis < 0 || axis > 2 || elementSize < 1 || dims.nx < 1 || dims.ny < 1 || dims.nz < 1)
         return;
     char* bytes = static_cast<char*>(data);
     if (axis == 0) {

@@ -6,7 +6,7 @@
 #include <zblib/types/ZbPrimTypeVisit.h>
 
 #include <algorithm>
-#include <complex>
+#include <cmath>
 #include <concepts>
 #include <cstdint>
 #include <cstring>
@@ -41,6 +41,7 @@ struct Grid {
         : x(dims[0], factors[0]), y(dims[1], factors[1]), z(dims[2], factors[2]), components(numComponents)
     {
     }
+    bool isEmpty() const { return x.size == 0 || y.size == 0 || z.size == 0; }
     long rowOffset(long row, long slice) const { return (slice * y.size + row) * x.size * components; }
 };
 
@@ -87,7 +88,7 @@ struct Maximum {
     static T fold(T largest, T value)
     {
         if constexpr (std::floating_point<T>)
-            return value > largest || largest != largest ? value : largest;
+            return value > largest || std::isnan(largest) ? value : largest;
         else
             return value > largest ? value : largest;
     }
@@ -183,7 +184,7 @@ void foldRows(typename Reduction::State* states, const T* source, const Grid& gr
 template <typename Reduction, typename T>
 void reduce(const T* source, const Grid& grid, T* target)
 {
-    if (grid.x.size == 0)
+    if (grid.isEmpty())
         return;
     using State = typename Reduction::State;
     ZbDArray<State> states(grid.x.size * grid.components);
@@ -255,7 +256,7 @@ T mostFrequent(T* values, long count)
 template <typename T>
 void reduceToLabels(const T* source, const Grid& grid, T* target)
 {
-    if (grid.x.size == 0)
+    if (grid.isEmpty())
         return;
     const long count = grid.x.count();
     ZbDArray<T> row(grid.x.size), smallest(count), largest(count);
@@ -283,6 +284,21 @@ void reduceToLabels(const T* source, const Grid& grid, T* target)
         }
 }
 
+// ---- the types of the values
+
+template <typename Visit>
+bool visitIntegers(ZbPrimType type, Visit visit)
+{
+    return zbVisitPrimType<unsigned char, signed char, short, unsigned short, int, unsigned int, long long,
+                           unsigned long long>(type, visit);
+}
+
+template <typename Visit>
+bool visitNumbers(ZbPrimType type, Visit visit)
+{
+    return visitIntegers(type, visit) || zbVisitPrimType<float, double>(type, visit);
+}
+
 }  // namespace
 
 bool ZbRawData::downSample3D(ZbTypedPointer source, const int* dims, int components, const int* factors,
@@ -299,12 +315,10 @@ bool ZbRawData::downSample3D(ZbTypedPointer source, const int* dims, int compone
         return true;
     }
     const Grid grid(dims, components, factors);
-    const bool known = type != ZbPrimType::STRING && zbVisitPrimType(type, [&](auto tag) {
-                           using T = typename decltype(tag)::Type;
-                           if constexpr (std::is_arithmetic_v<T>)
-                               reduceToMean(static_cast<const T*>(source.getData()), grid,
-                                            static_cast<T*>(target.getData()));
-                       });
+    const bool known = visitNumbers(type, [&](auto tag) {
+        using T = typename decltype(tag)::Type;
+        reduceToMean(static_cast<const T*>(source.getData()), grid, static_cast<T*>(target.getData()));
+    });
     if (!known)
         ZbDetail::reportUnsupportedType(type, "ZbRawData::downSample3D()");
     return known;
@@ -316,8 +330,12 @@ bool ZbRawData::downSample3DN(ZbTypedPointer source, const int* dims, int compon
     if (!isValid(dims, components, factors))
         return false;
     const Grid grid(dims, components, factors);
-    const long voxelBytes = grid.components * source.getPrimType().getTypeSize();
-    const long typeSize = source.getPrimType().getTypeSize();
+    const long typeSize = long(ZbDetail::sizeOrZero(source.getPrimType()));
+    if (typeSize == 0) {
+        ZbDetail::reportUnsupportedType(source.getPrimType(), "ZbRawData::downSample3DN()");
+        return false;
+    }
+    const long voxelBytes = grid.components * typeSize;
     const auto middle = [](const Axis& axis, long i) { return axis.begin(i) + (axis.length(i) - 1) / 2; };
     const char* from = static_cast<const char*>(source.getData());
     char* to = static_cast<char*>(target.getData());
@@ -355,12 +373,10 @@ bool ZbRawData::downSampleLabels3D(ZbTypedPointer source, const int* dims, const
         return false;
     const Grid grid(dims, 1, factors);
     const ZbPrimType type = source.getPrimType();
-    const bool known = type.isInteger() && zbVisitPrimType(type, [&](auto tag) {
-                           using T = typename decltype(tag)::Type;
-                           if constexpr (std::integral<T>)
-                               reduceToLabels(static_cast<const T*>(source.getData()), grid,
-                                              static_cast<T*>(target.getData()));
-                       });
+    const bool known = visitIntegers(type, [&](auto tag) {
+        using T = typename decltype(tag)::Type;
+        reduceToLabels(static_cast<const T*>(source.getData()), grid, static_cast<T*>(target.getData()));
+    });
     if (!known)
         ZbDetail::reportUnsupportedType(type, "ZbRawData::downSampleLabels3D()");
     return known;
@@ -373,13 +389,10 @@ bool ZbRawData::downSampleMaxFilterComponents3DN(ZbTypedPointer source, const in
         return false;
     const Grid grid(dims, components, factors);
     const ZbPrimType type = source.getPrimType();
-    const bool known =
-        type != ZbPrimType::STRING && type.hasTotalOrder() && zbVisitPrimType(type, [&](auto tag) {
-            using T = typename decltype(tag)::Type;
-            if constexpr (std::is_arithmetic_v<T>)
-                reduce<Maximum<T>>(static_cast<const T*>(source.getData()), grid,
-                                   static_cast<T*>(target.getData()));
-        });
+    const bool known = visitNumbers(type, [&](auto tag) {
+        using T = typename decltype(tag)::Type;
+        reduce<Maximum<T>>(static_cast<const T*>(source.getData()), grid, static_cast<T*>(target.getData()));
+    });
     if (!known)
         ZbDetail::reportUnsupportedType(type, "ZbRawData::downSampleMaxFilterComponents3DN()");
     return known;

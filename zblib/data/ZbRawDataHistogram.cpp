@@ -63,7 +63,7 @@ void ZbRawData::getHistogram(ZbTypedPointer data, unsigned long count, long stri
                 const auto* parts = static_cast<const float*>(data.getData());
                 if (stride == 1) {
                     fill(parts, 2 * count, 1, target, ignore, ignored, progress);
-                } else {
+                } else if (count > 0) {
                     fill(parts, count, 2 * stride, target, ignore, ignored, progress);
                     fill(parts + 1, count, 2 * stride, target, ignore, ignored, nullptr);
                 }

@@ -6,6 +6,7 @@
 #include <zblib/types/ZbPrimTypeVisit.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <immintrin.h>
 #include <limits>
@@ -33,7 +34,7 @@ struct Ignored {
     Value value;
 
     Ignored(bool ignore, Value ignored)
-        : active(ignore && ignored == ignored)
+        : active(ignore && !std::isnan(ignored))
         , value(active ? ignored : std::numeric_limits<Value>::quiet_NaN())
     {
     }

@@ -24,11 +24,11 @@ bool ZbRawData::swapDims(ZbTypedPointer data, int* dims, const int* permutation,
             dims[k] = static_cast<int>(sizes[permutation[k]]);
         return true;
     };
-    const int typeSize = data.getPrimType().getTypeSize();
+    const long typeSize = long(ZbDetail::sizeOrZero(data.getPrimType()));
     long values = 0, bytes = 0;
     if (__builtin_mul_overflow(sizes.nx * sizes.ny, sizes.nz, &values) ||
         __builtin_mul_overflow(values, long(components), &values) ||
-        __builtin_mul_overflow(values, long(typeSize), &bytes))
+        __builtin_mul_overflow(values, typeSize, &bytes))
         return false;
     // NaNs pass for constant here, and then keep their places in memory; this is meant.
     if (values == 0 || isConstant(data, static_cast<unsigned long>(values)))

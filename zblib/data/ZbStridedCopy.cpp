@@ -227,15 +227,14 @@ bool StridedCopy::isShift() const noexcept
 
 StridedCopy StridedCopy::reversed(void*& target, const void*& source) const noexcept
 {
-    StridedCopy copy = *this;
+    StridedCopy copy(m_runBytes);
     long targetOffset = 0;
     long sourceOffset = 0;
-    for (int i = 0; i < m_depth; ++i) {
-        Loop& loop = copy.m_loops[i];
-        targetOffset += (loop.count - 1) * loop.targetStep;
-        sourceOffset += (loop.count - 1) * loop.sourceStep;
-        loop.targetStep = -loop.targetStep;
-        loop.sourceStep = -loop.sourceStep;
+    for (; copy.m_depth < m_depth; ++copy.m_depth) {
+        const auto [count, targetStep, sourceStep] = m_loops[copy.m_depth];
+        targetOffset += (count - 1) * targetStep;
+        sourceOffset += (count - 1) * sourceStep;
+        copy.m_loops[copy.m_depth] = {count, -targetStep, -sourceStep};
     }
     target = static_cast<char*>(target) + targetOffset;
     source = static_cast<const char*>(source) + sourceOffset;
