@@ -23,6 +23,9 @@
 ///     progress->stopWorking();
 ///     progress->undivide();
 ///
+/// An operation that calls startWorking and stopWorking itself says so; then its caller does not, or a range
+/// would be skipped.
+///
 /// Values are passed on as they come, without being cut to [0, 1]. Not thread-safe: an operation reports from
 /// the thread that called it.
 class ZB_API ZbProgressInterface

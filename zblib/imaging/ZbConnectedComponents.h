@@ -22,10 +22,9 @@ concept ZbLabelType = std::same_as<T, unsigned char> || std::same_as<T, short> |
 /// - labelRegions() finds the true regions, with sizes, centres and boxes that hold for all of their voxels.
 ///   New code calls this one. It is also the faster one.
 /// - labelConnectedComponents() and its relatives make one pass in raster order that looks a neighbour's
-/// label
-///   up through one level of indirection only. Where long chains of merged components meet, that pass may
-///   leave one region under two labels, and voxels that were counted into a merged component are missing from
-///   the sizes. Programs depend on its numbering, so it stays as it is.
+///   label up through one level of indirection only. Where long chains of merged components meet, that pass
+///   may leave one region under two labels, and voxels that were counted into a merged component are missing
+///   from the sizes. Programs depend on its numbering, so it stays as it is.
 ///
 /// Both work in two modes. In threshold mode the foreground is every voxel that is not below `low`, and
 /// adjacent foreground voxels are connected. In label mode ("by value") they are connected only if their
@@ -35,8 +34,8 @@ concept ZbLabelType = std::same_as<T, unsigned char> || std::same_as<T, short> |
 /// Common to all operations:
 /// - dims: nx, ny, nz. A size of 0 or less makes an empty grid.
 /// - nb, the neighbourhood: 4 and 8 within the slice, 6, 18 and 26 in space, 10 the 8 of the slice and the
-/// voxels
-///   straight above and below. With any other number nothing is connected: each foreground voxel is a region.
+///   voxels straight above and below. With any other number nothing is connected: each foreground voxel is a
+///   region.
 /// - low and high: for integer input rounded with floor(x + 0.5), and clamped to the range of the type. Float
 ///   input is compared in float.
 /// - in and out may be the same block if their elements have the same size; otherwise they do not overlap.
@@ -49,11 +48,10 @@ class ZB_API ZbConnectedComponents
 public:
     /// What the given pass knows of a component. Record 0 is the background, all of its fields are zero.
     struct Component {
-        int id;     ///< Record that stands for this region; a root stands for itself.
-        int size;   ///< Voxels counted into this record.
-        int value;  ///< Threshold mode: voxels at or above high. Label mode: the value of the region.
-        float
-            center[3];  ///< Sums of the grid indices x, y, z over the voxels; divide by size for the centre.
+        int id;           ///< Record that stands for this region; a root stands for itself.
+        int size;         ///< Voxels counted into this record.
+        int value;        ///< Threshold mode: voxels at or above high. Label mode: the value of the region.
+        float center[3];  ///< Sums of the grid indices x, y, z; divided by size they are the centre.
     };
 
     /// What labelRegions() knows of a region.
@@ -74,8 +72,9 @@ public:
     /// indices are integers, so centres are rounded once.
     ///
     /// Returns -1 with one line on standard error if the type of out cannot hold the labels: bytes hold 255
-    /// regions, shorts 32767, floats 2^24. Nothing is written then. Reports progress and can be interrupted
-    /// through progress; returns -1 then, and what is in out and regions is undefined.
+    /// regions, shorts 32767, floats 2^24. Nothing is written then. Calls startWorking and stopWorking of
+    /// progress, reports to it and can be interrupted through it; returns -1 then, and what is in out and
+    /// regions is undefined.
     ///
     /// Runs along x are joined by union-find and written in a second sweep. Beside the result it takes the
     /// runs of one slice and four bytes a provisional region, which is a run that touches no earlier one.
@@ -98,14 +97,14 @@ public:
         return label(ZbTypedPointer(in), out, comps, double(low), double(high), dims, nb, labelMode);
     }
 
-    /// The given pass in threshold mode with unsigned short labels. If out is null it is allocated with zbmalloc;
-    /// the caller frees it with zbfree, also after a failure. The three numbers without a name and progress are
-    /// ignored; comps may be null.
+    /// The given pass in threshold mode with unsigned short labels. If out is null it is allocated with
+    /// zbmalloc; the caller frees it with zbfree, also after a failure. The three numbers without a name and
+    /// progress are ignored; comps may be null.
     static int labelCC(ZbTypedPointer in, const int* dims, int nb, unsigned short*& out, int, double low,
                        double high, int, int, ZbDArray<Component>* comps, ZbProgressInterface* progress);
 
-    /// The given pass in label mode on a field of byte labels. The areas of value 0 are labelled too. Tells
-    /// progress when it starts and stops.
+    /// The given pass in label mode on a field of byte labels. The areas of value 0 are labelled too. Calls
+    /// startWorkingNoStop and stopWorking of progress.
     static int labelLabels(unsigned char* in, const int* dims, int nb, unsigned short* out, int, int,
                            ZbDArray<Component>& comps, ZbProgressInterface* progress);
     /// labelLabels() for many regions.

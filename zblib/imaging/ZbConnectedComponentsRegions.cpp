@@ -82,8 +82,8 @@ private:
     GridRows& m_grid;
     const long m_nx, m_ny, m_nz;
     const bool m_byValue;
-    const bool m_connects;  // the neighbourhood is not empty
-    const bool m_covers;  // the rows straight before and across touch the others with links at the same place
+    const bool m_connects;      // the neighbourhood is not empty
+    const bool m_covers;        // the rows before and across touch the other rows at the same place
     const bool m_coversWidely;  // and at the places next to it
     Link m_links[4];
     std::size_t m_numLinks = 0;

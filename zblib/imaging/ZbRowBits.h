@@ -27,8 +27,7 @@ inline void setRowBits(long n, RowWord* words, Predicate isSet)
 {
     const long whole = n / rowWordBits;
     for (long w = 0; w < whole; ++w) {
-        // By way of bytes, because no compiler turns a comparison into bits by itself. SSE2 is in every
-        // level.
+        // By way of bytes, because no compiler turns a comparison into bits by itself. Every level has SSE2.
         alignas(16) signed char all[rowWordBits];
         for (long bit = 0; bit < rowWordBits; ++bit)
             all[bit] = isSet(rowWordBits * w + bit) ? -1 : 0;
