@@ -50,40 +50,42 @@ Bits bitsOf(const ZbBitfield& field)
     return bits;
 }
 
-/// Index of the k-th bit (counted from 1) of the given value; the size if there is none.
-unsigned long nthBit(const Bits& bits, unsigned long k, bool value)
-{
-    for (unsigned long i = 0; i < bits.size(); ++i)
-        if (bits[i] == value && k-- == 1)
-            return i;
-    return bits.size();
-}
-
-// Around words, vectors, and the blocks of 64 and 4096 words by which fields are searched.
-const size_t sizes[] = {0, 1, 31, 32, 33, 63, 64, 65, 255, 256, 257, 2047, 2048, 2049, 2112, 5000, 135300};
+// Around words, vectors, and the blocks of 64 words by which fields are searched.
+const size_t sizes[] = {0, 1, 31, 32, 33, 63, 64, 65, 255, 256, 257, 2047, 2048, 2049, 2112, 5000};
 const double densities[] = {0, 0.001, 0.5, 0.999, 1};
+
+void expectCountsAndFinds(size_t size, double density)
+{
+    SCOPED_TRACE(::testing::Message() << size << " bits, density " << density);
+    const Bits bits = randomBits(size, density);
+    const ZbBitfield field = fieldOf(bits);
+    std::vector<unsigned long> places[2];
+    for (unsigned long i = 0; i < size; ++i)
+        places[bits[i]].push_back(i);
+    const auto& [clear, set] = places;
+    const auto nth = [size](const std::vector<unsigned long>& of, unsigned long k) {
+        return k == 0 || k > of.size() ? size : of[k - 1];
+    };
+    EXPECT_EQ(field.nSetBits(), set.size());
+    EXPECT_EQ(field.nUnsetBits(), clear.size());
+    EXPECT_EQ(field.isAnyBitSet(), !set.empty());
+    EXPECT_EQ(field.isAnyBitUnset(), !clear.empty());
+    EXPECT_EQ(field.firstSetBit(), nth(set, 1));
+    EXPECT_EQ(field.firstUnsetBit(), nth(clear, 1));
+    const unsigned long nSet = set.size(), nClear = clear.size();
+    for (const unsigned long k : {0ul, 1ul, 2ul, nSet / 2, nSet, nSet + 1, nClear / 2, nClear, nClear + 1}) {
+        EXPECT_EQ(field.nthSetBit(k), nth(set, k)) << k;
+        EXPECT_EQ(field.nthUnsetBit(k), nth(clear, k)) << k;
+    }
+}
 
 TEST(ZbBitfield, countsAndFindsBits)
 {
-    for (const size_t size : sizes)
-        for (const double density : densities) {
-            SCOPED_TRACE(::testing::Message() << size << " bits, density " << density);
-            const Bits bits = randomBits(size, density);
-            const ZbBitfield field = fieldOf(bits);
-            const auto nSet = (unsigned long)(std::count(bits.begin(), bits.end(), true)),
-                       nUnset = size - nSet;
-            EXPECT_EQ(field.nSetBits(), nSet);
-            EXPECT_EQ(field.nUnsetBits(), nUnset);
-            EXPECT_EQ(field.isAnyBitSet(), nSet > 0);
-            EXPECT_EQ(field.isAnyBitUnset(), nUnset > 0);
-            EXPECT_EQ(field.firstSetBit(), nthBit(bits, 1, true));
-            EXPECT_EQ(field.firstUnsetBit(), nthBit(bits, 1, false));
-            for (const unsigned long k :
-                 {0ul, 1ul, 2ul, nSet / 2, nSet, nSet + 1, nUnset / 2, nUnset, nUnset + 1}) {
-                EXPECT_EQ(field.nthSetBit(k), nthBit(bits, k, true)) << k;
-                EXPECT_EQ(field.nthUnsetBit(k), nthBit(bits, k, false)) << k;
-            }
-        }
+    for (const double density : densities) {
+        for (const size_t size : sizes)
+            expectCountsAndFinds(size, density);
+        expectCountsAndFinds(135300, density);  // more than the block of 4096 words
+    }
 }
 
 TEST(ZbBitfield, findsTheFirstSetBitBlockInItsMixedUnits)
@@ -177,13 +179,13 @@ TEST(ZbBitfield, isAValue)
     assigned = copy;
     copy = *&copy;
     EXPECT_TRUE(moved == original && assigned == copy);
-    copy.setAll();
-    EXPECT_EQ(copy.nSetBits(), 77u);
-    copy.clearAll();
-    EXPECT_EQ(copy.firstSetBit(), 77u);
     assigned = ZbBitfield();
     assigned.setAll();
     EXPECT_EQ(assigned.nBits(), 0u);
+    copy.setAll();
+    EXPECT_EQ(copy.nSetBits(), 77u);
+    copy.clearAll();
+    EXPECT_EQ(copy.nSetBits(), 0u);
 }
 
 TEST(ZbBitfield, setsRangesAndRemovesBits)
@@ -250,22 +252,19 @@ TEST(ZbBitfield, savesAndLoadsFiles)
 {
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("b\u00efts"));
-    for (const size_t size : sizes) {
-        SCOPED_TRACE(size);
+    for (const size_t size : {0, 1, 8, 33, 5000}) {
         const ZbBitfield field = fieldOf(randomBits(size, 0.5));
-        ASSERT_TRUE(field.save(path));
-        EXPECT_EQ(QFile(path).size(), qint64(size + 7) / 8);
         ZbBitfield loaded;
-        EXPECT_TRUE(loaded.load(path, size));
-        EXPECT_TRUE(loaded == field);
+        EXPECT_TRUE(field.save(path) && loaded.load(path, size) && loaded == field) << size;
+        EXPECT_EQ(QFile(path).size(), qint64(size + 7) / 8);
         EXPECT_FALSE(loaded.load(path, size + 8));
     }
-    ZbBitfield loaded(3, ZbBitfield::INIT_SET);
-    EXPECT_FALSE(loaded.save(QStringLiteral("/dev/full")));
-    EXPECT_FALSE(loaded.save(folder.filePath(QStringLiteral("no/such/folder"))));
-    EXPECT_FALSE(loaded.load(folder.filePath(QStringLiteral("missing")), 10));
-    EXPECT_EQ(bitsOf(loaded), Bits({1, 1, 1, 0, 0, 0, 0, 0, 0, 0}));
-    EXPECT_FALSE(loaded.load(folder.path(), 10));
+    ZbBitfield field(3, ZbBitfield::INIT_SET);
+    EXPECT_FALSE(field.save(QStringLiteral("/dev/full")));
+    EXPECT_FALSE(field.save(folder.filePath(QStringLiteral("no/such/folder"))));
+    EXPECT_FALSE(field.load(folder.filePath(QStringLiteral("missing")), 10));
+    EXPECT_EQ(bitsOf(field), Bits({1, 1, 1, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_FALSE(field.load(folder.path(), 10));
 }
 
 /// The text of a block: words, the first of them the number of bits; prefix is its size unless given.
@@ -309,7 +308,7 @@ TEST(ZbBitfield, takesWhatABlockHoldsAndNoMore)
     field.deserialize(textOf({0}));
     EXPECT_EQ(field.nBits(), 0u);
     // A long run compresses by nearly the largest factor there is.
-    const ZbBitfield run(1ul << 27, ZbBitfield::INIT_SET);
+    const ZbBitfield run(1ul << 25, ZbBitfield::INIT_SET);
     field.deserialize(run.serialize());
     EXPECT_TRUE(field == run);
 }
