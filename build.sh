@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # The one front door: sets up what is missing, builds, and runs. See usage below.
 set -euo pipefail
+called_from=$PWD
 cd "$(dirname "${BASH_SOURCE[0]}")"
+root=$PWD
 
 usage() {
     cat <<'TEXT'
@@ -46,7 +48,7 @@ ensure() {
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
-build_packages=(g++ cmake ninja-build pkg-config qt6-base-dev libgl-dev libtbb-dev libcli11-dev libnifti2-dev
+build_packages=(g++ cmake ninja-build pkg-config qt6-base-dev libgl-dev libcli11-dev libnifti2-dev
     libniftiio-dev zlib1g-dev)
 test_packages=(libgtest-dev libgmock-dev)
 
@@ -60,6 +62,14 @@ configure() {
 
 build() {  # build PRESET [TARGET]
     cmake --build --preset "$1" ${2:+--target "$2"}
+}
+
+# build_product: the library and the tool. They need no test packages, so a new tree is set up without tests.
+build_product() {
+    ensure "${build_packages[@]}"
+    [ -f build/release/build.ninja ] || configure release -D ZBLIB_BUILD_TESTS=OFF
+    build release zblib
+    build release zbvolume
 }
 
 run_tests() {  # run_tests PRESET
@@ -77,10 +87,9 @@ command=${1:-}
 [ $# -eq 0 ] || shift
 case $command in
 demo)
-    ensure "${build_packages[@]}"
-    [ -f build/release/CMakeCache.txt ] || configure release -D ZBLIB_BUILD_TESTS=OFF
-    build release zbvolume >&2
-    build/release/tools/zbvolume/zbvolume demo "$@"
+    build_product >&2
+    cd "$called_from"
+    "$root/build/release/tools/zbvolume/zbvolume" demo "$@"
     ;;
 test) run_tests "${1:-release}" ;;
 asan | tsan) run_tests "$command" ;;
@@ -117,10 +126,9 @@ setup)
     ;;
 install)
     [ $# -eq 1 ] || { usage >&2; exit 2; }
-    ensure "${build_packages[@]}"
-    configure release
-    build release
-    cmake --install build/release --prefix "$1"
+    build_product
+    cd "$called_from"
+    cmake --install "$root/build/release" --prefix "$1"
     ;;
 -h | --help | help) usage ;;
 *)

@@ -225,6 +225,16 @@ TEST_F(ZbvolumeInfo, tellsWhenNothingIsFinite)
     EXPECT_EQ(outcome.value("infinite"), "2");
 }
 
+TEST_F(ZbvolumeInfo, takesValuesWhoseSumAndRangeNoDoubleHolds)
+{
+    writeVolume<double>(path("v.nii"), {4, 1, 1}, {1.5e308, 1.5e308, -1.5e308, 1.5e308});
+    const Outcome outcome = zbvolume({"info", "v.nii"});
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.value("mean"), "7.5e+307");
+    EXPECT_EQ(outcome.value("median"), "1.5e+308");
+    EXPECT_EQ(outcome.value("deviation"), "1.299038e+308");  // 1.5e308 * sqrt(3) / 2
+}
+
 TEST_F(ZbvolumeInfo, showsTheSameAsTextAndAsJson)
 {
     writeVolume<float>(path("v.nii"), {4, 1, 1}, {0.1F, 0.7F, -3.25e-5F, 12});
@@ -264,4 +274,5 @@ deviation: 5.087735
     EXPECT_EQ(json["range"].toArray(), QJsonArray({-3.25e-05, 12}));
     EXPECT_EQ(json["median"].toDouble(), 0.4);
     EXPECT_EQ(json["size"].toArray(), QJsonArray({4, 1, 1}));
+    EXPECT_EQ(json["histogram"].toArray()[15].toObject()["count"].toInt(), 1);
 }

@@ -41,7 +41,7 @@ TEST_F(ZbvolumeSample, demoShowsItAndWritesPictures)
     const Outcome demo = zbvolume({"demo", "made/by demo"});
     EXPECT_EQ(demo.status, 0);
     EXPECT_EQ(demo.err, "");
-    for (const char* line : {"$ zbvolume info made/by demo/sample.nii.gz\n", "objects: 40\n",
+    for (const char* line : {"$ zbvolume info 'made/by demo/sample.nii.gz'\n", "objects: 40\n",
                              "voxels: 2097152\n", "written: made/by demo/objects.png\n"})
         EXPECT_NE(demo.out.find(line), std::string::npos) << line;
     for (const char* name : {"sample.nii.gz", "histogram.csv", "labels.nii.gz", "objects.csv"})

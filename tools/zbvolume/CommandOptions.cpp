@@ -4,6 +4,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <limits>
+
 namespace zbvolume
 {
 
@@ -16,7 +18,16 @@ void SourceOptions::addTo(CLI::App& command)
     command.add_flag("--big-endian", isBigEndian, "Byte order of a raw file")->needs(layout);
     command.add_option("--skip", skip, "Bytes in front of the voxels of a raw file")
         ->type_name("BYTES")
+        ->check(CLI::Range(std::int64_t(0), std::numeric_limits<std::int64_t>::max()).description(""))
         ->needs(layout);
+}
+
+CLI::Option* addOutput(CLI::App& command, const std::string& name, std::string& path,
+                       const std::string& description)
+{
+    const CLI::Validator isName(
+        [](const std::string& text) { return text.empty() ? "the name of the file is empty" : ""; }, "");
+    return command.add_option(name, path, description)->type_name("F")->check(isName);
 }
 
 VolumeSource SourceOptions::source() const
@@ -24,7 +35,7 @@ VolumeSource SourceOptions::source() const
     VolumeSource source{path, std::nullopt, frame};
     const auto& [nx, ny, nz, type] = raw;
     if (!type.empty())
-        source.raw = RawLayout{{nx, ny, nz}, type, isBigEndian, skip};
+        source.raw = RawLayout{{nx, ny, nz}, type, isBigEndian, std::uint64_t(skip)};
     return source;
 }
 

@@ -11,7 +11,8 @@
 namespace CLI
 {
 class App;
-}
+class Option;
+}  // namespace CLI
 
 namespace zbvolume
 {
@@ -25,7 +26,7 @@ struct SourceOptions {
     std::int64_t frame = 0;
     std::tuple<std::int64_t, std::int64_t, std::int64_t, std::string> raw;  // type empty: not given
     bool isBigEndian = false;
-    std::uint64_t skip = 0;
+    std::int64_t skip = 0;
 
     void addTo(CLI::App& command);
     VolumeSource source() const;
@@ -65,6 +66,10 @@ Report info(const InfoOptions& options, TerminalProgress& progress);
 Report histogram(const HistogramOptions& options, TerminalProgress& progress);
 Report count(const CountOptions& options, TerminalProgress& progress);
 Report sample(const std::string& path, int size, TerminalProgress& progress);
+
+/// An option that names a file to write.
+CLI::Option* addOutput(CLI::App& command, const std::string& name, std::string& path,
+                       const std::string& description);
 
 /// value as it stands in the volume: with the digits that its type needs.
 std::string storedText(const Volume& volume, double value);

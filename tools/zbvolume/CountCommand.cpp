@@ -46,51 +46,43 @@ void settleNan(Volume& volume, const CountOptions& options)
         replace(static_cast<double*>(volume.block.get()));
 }
 
-Table objectTable(const Volume& volume, const ObjectCount& count, const CountOptions& options)
+Table objectTable(const Geometry& geometry, std::shared_ptr<const std::vector<Object>> objects,
+                  const CountOptions& options)
 {
-    const bool hasSpace = volume.geometry.isKnown();
-    std::vector<Table::Column> columns = {{"object", "object"}, {"voxels", "voxels"}};
-    if (hasSpace)
-        columns.push_back({"volume_mm3", "mm^3", 1});
-    if (options.strong)
-        columns.push_back({"strong", "strong"});
-    if (options.byValue)
-        columns.push_back({"value", "value", 3});
-    columns.insert(columns.end(), {{"x", "x", 2}, {"y", "y", 2}, {"z", "z", 2}});
-    if (hasSpace)
-        columns.insert(columns.end(), {{"x_mm", "x mm", 2}, {"y_mm", "y mm", 2}, {"z_mm", "z mm", 2}});
-    if (!options.givenPass)
-        columns.insert(columns.end(), {{"x_min", "x min"},
-                                       {"y_min", "y min"},
-                                       {"z_min", "z min"},
-                                       {"x_max", "x max"},
-                                       {"y_max", "y max"},
-                                       {"z_max", "z max"}});
+    std::vector<Table::Column> columns;
+    const auto add = [&](const std::string& name, const std::string& title, int decimals, auto valueOf) {
+        columns.push_back({name, title, decimals, [objects, valueOf](std::size_t row) -> Table::Cell {
+                               return valueOf((*objects)[row]);
+                           }});
+    };
+    const auto integer = [](auto value) { return std::int64_t(value); };
+    const bool hasSpace = geometry.isKnown();
 
-    Table table(columns);
-    const auto& spacing = volume.geometry.spacing;
-    const double voxelVolume = spacing[0] * spacing[1] * spacing[2];
-    for (std::size_t i = 0; i < count.objects.size(); i++) {
-        const Object& object = count.objects[i];
-        std::vector<Table::Cell> row = {std::int64_t(i + 1), std::int64_t(object.size)};
-        if (hasSpace)
-            row.emplace_back(double(object.size) * voxelVolume);
-        if (options.strong)
-            row.emplace_back(std::int64_t(object.strong));
-        if (options.byValue)
-            row.emplace_back(object.value);
-        row.insert(row.end(), object.centre.begin(), object.centre.end());
-        if (hasSpace) {
-            const auto position = volume.geometry.position(object.centre);
-            row.insert(row.end(), position.begin(), position.end());
-        }
-        if (!options.givenPass)
-            for (const auto& corner : {object.boxMin, object.boxMax})
-                for (const int index : corner)
-                    row.emplace_back(std::int64_t(index));
-        table.addRow(std::move(row));
+    columns.push_back({"object", "object", 0, [=](std::size_t row) { return integer(row + 1); }});
+    add("voxels", "voxels", 0, [=](const Object& object) { return integer(object.size); });
+    if (hasSpace) {
+        const double voxelVolume = geometry.spacing[0] * geometry.spacing[1] * geometry.spacing[2];
+        add("volume_mm3", "mm^3", 1, [=](const Object& object) { return double(object.size) * voxelVolume; });
     }
-    return table;
+    if (options.strong)
+        add("strong", "strong", 0, [=](const Object& object) { return integer(object.strong); });
+    if (options.byValue)
+        add("value", "value", 3, [](const Object& object) { return object.value; });
+    const std::string axes[3] = {"x", "y", "z"};
+    for (std::size_t i = 0; i < 3; i++)
+        add(axes[i], axes[i], 2, [=](const Object& object) { return object.centre[i]; });
+    for (std::size_t i = 0; i < 3 && hasSpace; i++)
+        add(axes[i] + "_mm", axes[i] + " mm", 2,
+            [=](const Object& object) { return geometry.position(object.centre)[i]; });
+    if (!options.givenPass) {
+        for (std::size_t i = 0; i < 3; i++)
+            add(axes[i] + "_min", axes[i] + " min", 0,
+                [=](const Object& object) { return integer(object.boxMin[i]); });
+        for (std::size_t i = 0; i < 3; i++)
+            add(axes[i] + "_max", axes[i] + " max", 0,
+                [=](const Object& object) { return integer(object.boxMax[i]); });
+    }
+    return Table(std::move(columns), objects->size());
 }
 
 // Objects are labelled as in the table, in the smallest type that holds their number and that viewers read.
@@ -148,25 +140,26 @@ Report count(const CountOptions& options, TerminalProgress& progress)
     Volume volume = readVolume(options.source.source(), &progress);
     settleNan(volume, options);
     const double threshold = options.threshold.value_or(1);
-    const ObjectCount count = countObjects(
+    ObjectCount count = countObjects(
         volume,
         {threshold, options.strong, options.neighbours, options.minSize, options.byValue, options.givenPass},
         labels || png != nullptr, progress);
-    const Table table = objectTable(volume, count, options);
     if (labels)
         writeLabels(*labels, volume, count, progress);
-    if (csv != nullptr)
-        csv->write(table.csv());
     if (png != nullptr)
         png->write(pngBytes(picture(volume, count, options, threshold)));
+    const auto objects = std::make_shared<const std::vector<Object>>(std::move(count.objects));
+    const Table table = objectTable(volume.geometry, objects, options);
+    if (csv != nullptr)
+        table.writeCsv(csv->sink());
     progress.check();
     outputs.commit();
 
     long voxels = 0;
-    for (const Object& object : count.objects)
+    for (const Object& object : *objects)
         voxels += object.size;
     Report report;
-    report.add("objects", count.objects.size());
+    report.add("objects", objects->size());
     report.add("voxels", voxels);
     report.addNumber("percent", rounded(100.0 * double(voxels) / double(volume.voxelCount())));
     report.addNumber("threshold", shortest(threshold));
@@ -178,13 +171,16 @@ Report count(const CountOptions& options, TerminalProgress& progress)
     if (options.minSize > 1)
         report.add("too small", count.tooSmall);
     report.addList("written", outputs.names());
-    const std::size_t rows = !options.all && isatty(STDOUT_FILENO) != 0 ? options.maxRows : table.rowCount();
-    std::string text;
-    if (table.rowCount() > 0)
-        text = "\n" + table.text(rows);
-    if (rows < table.rowCount())
-        text += "  ... and " + std::to_string(table.rowCount() - rows) + " more (--all shows them)\n";
-    report.addSection("table", text, table.json());
+    const std::size_t rows = !options.all && isatty(STDOUT_FILENO) != 0 ? options.maxRows : objects->size();
+    report.addSection(
+        "table",
+        [=](const Sink& sink) {
+            if (!objects->empty()) {
+                sink("\n");
+                table.writeText(rows, sink);
+            }
+        },
+        [=] { return table.json(); });
     return report;
 }
 
@@ -219,18 +215,17 @@ void addCount(CLI::App& app, Chosen& chosen)
         ->type_name("N")
         ->check(CLI::Range(1L, std::numeric_limits<long>::max()).description(""))
         ->capture_default_str();
-    auto* byValue = command->add_flag("--by-value", options->byValue,
-                                      "FILE holds labels: touching voxels belong together if they are equal");
+    command->add_flag("--by-value", options->byValue,
+                      "FILE holds labels: touching voxels belong together if they are equal");
     command->add_flag("--nan-background", options->nanIsBackground,
                       "Voxels that are not a number belong to no object");
     command->add_flag(
         "--given-pass", options->givenPass,
         "Labels with the library's one-pass labelling, which may split objects and miss voxels");
-    command->add_option("--labels", options->labels, "Writes a volume of object numbers")->type_name("OUT");
-    command->add_option("--csv", options->csv, "Writes the table")->type_name("F");
-    command->add_option("--png", options->png, "Writes slices with the objects in colours")->type_name("F");
+    addOutput(*command, "--labels", options->labels, "Writes a volume of object numbers")->type_name("OUT");
+    addOutput(*command, "--csv", options->csv, "Writes the table");
+    addOutput(*command, "--png", options->png, "Writes slices with the objects in colours");
     command->add_flag("--all", options->all, "Shows all objects on a terminal, not only the largest");
-    (void)byValue;
 }
 
 }  // namespace zbvolume

@@ -19,14 +19,6 @@ namespace zbvolume
 namespace
 {
 
-Table binTable(const ValueCounts& counts)
-{
-    Table table({{"value", "value"}, {"low", "low"}, {"high", "high"}, {"count", "count"}});
-    for (std::size_t i = 0; i < counts.bins.size(); i++)
-        table.addRow({counts.centre(i), counts.edge(i), counts.edge(i + 1), std::int64_t(counts.bins[i])});
-    return table;
-}
-
 ValueRange rangeOf(const HistogramOptions& options, const Volume& volume)
 {
     if (options.range)
@@ -46,12 +38,14 @@ Report histogram(const HistogramOptions& options, TerminalProgress& progress)
     OutputFile* png = outputs.open(options.png);
     const Volume volume = readVolume(options.source.source(), &progress);
     const ValueRange range = rangeOf(options, volume);
-    const ValueCounts counts = countValues(volume, range, options.bins, options.ignored, progress);
-    const Table table = binTable(counts);
+    const auto shared = std::make_shared<const ValueCounts>(
+        countValues(volume, range, options.bins, options.ignored, progress));
+    const ValueCounts& counts = *shared;
     if (csv != nullptr)
-        csv->write(table.csv());
+        binTable(shared).writeCsv(csv->sink());
     if (png != nullptr)
         png->write(pngBytes(drawHistogram(counts, "Histogram of " + shownName(volume.path), options.scale)));
+    progress.check();
     outputs.commit();
 
     Report report;
@@ -68,7 +62,7 @@ Report histogram(const HistogramOptions& options, TerminalProgress& progress)
     report.addNumber("median", rounded(counts.median()));
     report.addNumber("deviation", rounded(counts.deviation()));
     report.addList("written", outputs.names());
-    report.addSection("histogram", "\n" + histogramText(counts, 32, options.scale), table.json());
+    addBins(report, shared, 32, options.scale);
     return report;
 }
 
@@ -93,8 +87,8 @@ void addHistogram(CLI::App& app, Chosen& chosen)
     command->add_option("--ignore", options->ignored, "A value to leave out")
         ->type_name("V")
         ->check(finiteNumber());
-    command->add_option("--csv", options->csv, "Writes the bins as a table")->type_name("F");
-    command->add_option("--png", options->png, "Writes a plot")->type_name("F");
+    addOutput(*command, "--csv", options->csv, "Writes the bins as a table");
+    addOutput(*command, "--png", options->png, "Writes a plot");
     const std::map<std::string, CountScale> scales = {
         {"auto", CountScale::Automatic}, {"linear", CountScale::Linear}, {"log", CountScale::Logarithmic}};
     command->add_option("--scale", options->scale, "Of the counts in plots: auto, linear or log")

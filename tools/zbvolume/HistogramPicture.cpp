@@ -150,7 +150,8 @@ double drawMarker(QPainter& painter, const Frame& frame, double value, const std
 
 std::string binText(const ValueCounts& counts)
 {
-    return grouped(counts.bins.size()) + " bins of width " + rounded(counts.binWidth);
+    return grouped(counts.bins.size()) + (counts.bins.size() == 1 ? " bin" : " bins") + " of width " +
+           rounded(counts.binWidth);
 }
 
 }  // namespace
@@ -228,6 +229,28 @@ std::string histogramText(const ValueCounts& counts, std::size_t maxRows, CountS
         result += line + '\n';
     }
     return result;
+}
+
+Table binTable(const std::shared_ptr<const ValueCounts>& counts)
+{
+    return Table(
+        {{"value", "value", 0, [counts](std::size_t bin) { return counts->centre(bin); }},
+         {"low", "low", 0, [counts](std::size_t bin) { return counts->edge(bin); }},
+         {"high", "high", 0, [counts](std::size_t bin) { return counts->edge(bin + 1); }},
+         {"count", "count", 0, [counts](std::size_t bin) { return std::int64_t(counts->bins[bin]); }}},
+        counts->bins.size());
+}
+
+void addBins(Report& report, const std::shared_ptr<const ValueCounts>& counts, std::size_t maxRows,
+             CountScale scale)
+{
+    report.addSection(
+        "histogram",
+        [=](const Sink& sink) {
+            sink("\n");
+            sink(histogramText(*counts, maxRows, scale));
+        },
+        [=] { return binTable(counts).json(); });
 }
 
 }  // namespace zbvolume

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "Report.h"
 #include "Statistics.h"
 
 #include <QImage>
 
+#include <memory>
 #include <string>
 
 namespace zbvolume
@@ -21,5 +23,12 @@ QImage drawHistogram(const ValueCounts& counts, const std::string& title, CountS
 
 /// A plot made of characters: neighbouring bins taken together until they fit maxRows lines.
 std::string histogramText(const ValueCounts& counts, std::size_t maxRows, CountScale scale);
+
+/// One row a bin: its centre, its edges and its count.
+Table binTable(const std::shared_ptr<const ValueCounts>& counts);
+
+/// Adds histogramText() to report, the bins themselves where it is printed as JSON.
+void addBins(Report& report, const std::shared_ptr<const ValueCounts>& counts, std::size_t maxRows,
+             CountScale scale);
 
 }  // namespace zbvolume

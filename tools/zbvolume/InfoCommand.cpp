@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cmath>
 #include <memory>
 
 namespace zbvolume
@@ -57,8 +58,10 @@ void describeValues(Report& report, const Volume& volume, TerminalProgress& prog
     report.addNumber("mean", rounded(statistics.mean));
     report.addNumber("median", storedText(volume, statistics.median));
     report.addNumber("deviation", rounded(statistics.deviation));
-    const ValueCounts counts = countValues(volume, range, 16, std::nullopt, progress);
-    report.addText("\n" + histogramText(counts, 16, CountScale::Automatic));
+    if (std::isfinite(range.high - range.low))  // no bins can cover what is wider
+        addBins(report,
+                std::make_shared<const ValueCounts>(countValues(volume, range, 16, std::nullopt, progress)),
+                16, CountScale::Automatic);
 }
 
 }  // namespace

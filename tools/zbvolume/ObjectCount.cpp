@@ -7,8 +7,12 @@
 #include <zblib/imaging/ZbConnectedComponents.h>
 #include <zblib/types/ZbPrimTypeVisit.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <numeric>
 
@@ -66,11 +70,39 @@ Regions labelTrueRegions(const Volume& volume, const ObjectRule& rule, double lo
     return result;
 }
 
+// Keeps the line that the given pass prints from standard error, where the tool's own line says more.
+class QuietStandardError
+{
+public:
+    QuietStandardError() : m_saved(dup(STDERR_FILENO))
+    {
+        const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        if (m_saved >= 0 && null >= 0)
+            dup2(null, STDERR_FILENO);
+        if (null >= 0)
+            close(null);
+    }
+    ~QuietStandardError()
+    {
+        if (m_saved < 0)
+            return;
+        std::fflush(stderr);
+        dup2(m_saved, STDERR_FILENO);
+        close(m_saved);
+    }
+    QuietStandardError(const QuietStandardError&) = delete;
+    QuietStandardError& operator=(const QuietStandardError&) = delete;
+
+private:
+    int m_saved;
+};
+
 Regions labelGivenPass(const Volume& volume, const ObjectRule& rule, double low, double high,
                        VoxelBlock labels)
 {
     ZbDArray<Components::Component> components;
     int count = -1;
+    const QuietStandardError quiet;
     const ZbTypedPointer out(labels.get(), ZbPrimType::INT);
     zbVisitPrimType<unsigned char, short, unsigned short, int, unsigned int, float, double>(
         volume.type, [&](auto tag) {

@@ -225,8 +225,11 @@ void drawLegend(QPainter& painter, const ObjectLabels& objects, QPointF at)
         StrokeFont::draw(painter, at + QPointF(24, 0), text, 11, paper);
         at.rx() += 24 + StrokeFont::width(text, 11) + 30;
     }
-    const std::string rest = int(objects.sizes.size()) - 1 > legendEntries ? "... voxels" : "voxels";
-    if (objects.sizes.size() > 1)
+    const auto count = objects.sizes.size() - 1;
+    std::string rest = "voxels";
+    if (count > legendEntries)
+        rest += ", and " + grouped(count - legendEntries) + " more";
+    if (count > 0)
         StrokeFont::draw(painter, at, rest, 11, quiet);
 }
 

@@ -21,7 +21,8 @@ struct ObjectLabels {
 };
 
 /// A montage: slices across z in grey with the objects in colours, beside them the objects as seen along y or,
-/// in a thin stack, along z, and the sizes of the largest ones. Voxels are drawn in the proportions of the grid's spacing.
+/// in a thin stack, along z, and the sizes of the largest ones. Voxels are drawn in the proportions of the
+/// grid's spacing.
 QImage drawObjects(const Volume& volume, const ObjectLabels& objects, const std::string& title,
                    const std::string& subtitle);
 

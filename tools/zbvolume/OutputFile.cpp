@@ -10,6 +10,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 namespace zbvolume
 {
@@ -80,6 +81,16 @@ OutputFile::~OutputFile()
         unlink(m_temporary.c_str());
 }
 
+bool OutputFile::hasTargetOf(const OutputFile& other) const
+{
+    if (isDirect() || other.isDirect())
+        return false;
+    const auto place = [](const std::string& path) {
+        return std::filesystem::weakly_canonical(std::filesystem::absolute(path));
+    };
+    return place(m_target) == place(other.m_target);
+}
+
 void OutputFile::write(const void* bytes, std::size_t size)
 {
     errno = 0;
@@ -122,10 +133,11 @@ OutputFile* OutputFiles::open(const std::string& path, bool compressed)
 {
     if (path.empty())
         return nullptr;
+    auto opened = std::make_unique<OutputFile>(path, compressed);
     for (const auto& file : m_files)
-        if (file->path() == path && !file->isDirect())
+        if (file->hasTargetOf(*opened))
             throw Failure(path, "is named for two results");
-    return m_files.emplace_back(std::make_unique<OutputFile>(path, compressed)).get();
+    return m_files.emplace_back(std::move(opened)).get();
 }
 
 std::vector<std::string> OutputFiles::names() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -26,10 +27,17 @@ public:
     OutputFile& operator=(const OutputFile&) = delete;
 
     const std::string& path() const noexcept { return m_path; }
+    /// Whether both replace the same file, however it is named.
+    bool hasTargetOf(const OutputFile& other) const;
     /// Whether the target is a device or a pipe.
     bool isDirect() const noexcept { return m_temporary.empty(); }
     void write(const void* bytes, std::size_t size);
     void write(const std::string& bytes) { write(bytes.data(), bytes.size()); }
+    /// Takes bytes piece by piece, as long as this object lives.
+    std::function<void(const std::string&)> sink()
+    {
+        return [this](const std::string& bytes) { write(bytes); };
+    }
     /// Brings everything to the disk; nothing may be written after it.
     void finish();
     /// finish(), then puts the file in its place.

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <optional>
 
 namespace zbvolume
 {
@@ -30,6 +31,14 @@ std::string alignedText(const Table::Cell& cell, int decimals)
     return cellText(cell);
 }
 
+QJsonValue cellJson(const Table::Cell& cell)
+{
+    if (const auto* integer = std::get_if<std::int64_t>(&cell))
+        return QJsonValue(qint64(*integer));
+    const double real = std::get<double>(cell);
+    return std::isfinite(real) ? QJsonValue(real) : QJsonValue();
+}
+
 // "bin width" as a member of a JSON object.
 QString member(const std::string& name)
 {
@@ -38,47 +47,70 @@ QString member(const std::string& name)
 
 }  // namespace
 
-std::string Table::text(std::size_t maxRows) const
+// With a fixed number of decimals, the longest text is that of the smallest or of the largest value.
+std::size_t Table::textWidth(const Column& column, std::size_t rows) const
 {
-    const std::size_t shown = std::min(maxRows, m_rows.size());
-    std::vector<std::vector<std::string>> lines(shown + 1);
-    for (std::size_t c = 0; c < m_columns.size(); c++) {
-        lines[0].push_back(m_columns[c].title);
-        for (std::size_t r = 0; r < shown; r++)
-            lines[r + 1].push_back(alignedText(m_rows[r][c], m_columns[c].decimals));
-        std::size_t width = 0;
-        for (const auto& line : lines)
-            width = std::max(width, line[c].size());
-        for (auto& line : lines)
-            line[c].insert(0, width - line[c].size(), ' ');
+    std::size_t width = column.title.size();
+    const auto makeRoom = [&](const Cell& cell) {
+        width = std::max(width, alignedText(cell, column.decimals).size());
+    };
+    std::optional<std::pair<Cell, Cell>> range;
+    for (std::size_t row = 0; row < rows; row++) {
+        const Cell cell = column.cell(row);
+        if (const auto* real = std::get_if<double>(&cell); real != nullptr && !std::isfinite(*real))
+            makeRoom(cell);
+        else
+            range = range ? std::pair(std::min(range->first, cell), std::max(range->second, cell))
+                          : std::pair(cell, cell);
     }
-    std::string result;
-    for (const auto& line : lines) {
-        for (const auto& cell : line)
-            result += "  " + cell;
-        result += '\n';
+    if (range) {
+        makeRoom(range->first);
+        makeRoom(range->second);
     }
-    return result;
+    return width;
 }
 
-std::string Table::csv() const
+void Table::writeText(std::size_t maxRows, const Sink& sink) const
 {
-    std::string result;
+    const std::size_t shown = std::min(maxRows, m_rowCount);
+    std::vector<std::size_t> widths;
     for (const Column& column : m_columns)
-        result.append(column.name).append(&column == &m_columns.back() ? "\n" : ",");
-    for (const auto& row : m_rows)
-        for (const Cell& cell : row)
-            result.append(cellText(cell)).append(&cell == &row.back() ? "\n" : ",");
-    return result;
+        widths.push_back(textWidth(column, shown));
+    const auto writeLine = [&](auto&& textOf) {
+        std::string line;
+        for (std::size_t c = 0; c < m_columns.size(); c++) {
+            const std::string text = textOf(m_columns[c]);
+            line.append(2 + widths[c] - text.size(), ' ').append(text);
+        }
+        sink(line + '\n');
+    };
+    writeLine([](const Column& column) { return column.title; });
+    for (std::size_t row = 0; row < shown; row++)
+        writeLine([&](const Column& column) { return alignedText(column.cell(row), column.decimals); });
+    if (shown < m_rowCount)
+        sink("  ... and " + std::to_string(m_rowCount - shown) + " more (--all shows them)\n");
+}
+
+void Table::writeCsv(const Sink& sink) const
+{
+    const auto writeLine = [&](auto&& textOf) {
+        std::string line;
+        for (const Column& column : m_columns)
+            line.append(textOf(column)).append(&column == &m_columns.back() ? "\n" : ",");
+        sink(line);
+    };
+    writeLine([](const Column& column) { return column.name; });
+    for (std::size_t row = 0; row < m_rowCount; row++)
+        writeLine([&](const Column& column) { return cellText(column.cell(row)); });
 }
 
 QJsonArray Table::json() const
 {
     QJsonArray result;
-    for (const auto& row : m_rows) {
+    for (std::size_t row = 0; row < m_rowCount; row++) {
         QJsonObject object;
-        for (std::size_t c = 0; c < row.size(); c++)
-            object[member(m_columns[c].name)] = jsonNumber(cellText(row[c]));
+        for (const Column& column : m_columns)
+            object[member(column.name)] = cellJson(column.cell(row));
         result.append(object);
     }
     return result;
@@ -86,13 +118,13 @@ QJsonArray Table::json() const
 
 void Report::add(const std::string& name, const std::string& value)
 {
-    m_text += name + ": " + value + '\n';
+    m_lines += name + ": " + value + '\n';
     m_json[member(name)] = QString::fromStdString(value);
 }
 
 void Report::addNumber(const std::string& name, const std::string& number)
 {
-    m_text += name + ": " + number + '\n';
+    m_lines += name + ": " + number + '\n';
     m_json[member(name)] = jsonNumber(number);
 }
 
@@ -105,7 +137,7 @@ void Report::addNumbers(const std::string& name, const std::vector<std::string>&
         joined += (joined.empty() ? "" : separator) + number;
         array.append(jsonNumber(number));
     }
-    m_text += name + ": " + joined + (unit.empty() ? "" : " " + unit) + '\n';
+    m_lines += name + ": " + joined + (unit.empty() ? "" : " " + unit) + '\n';
     m_json[member(name)] = array;
 }
 
@@ -113,30 +145,45 @@ void Report::addList(const std::string& name, const std::vector<std::string>& va
 {
     QJsonArray array;
     for (const auto& value : values) {
-        m_text.append(name).append(": ").append(value).append("\n");
+        m_lines.append(name).append(": ").append(value).append("\n");
         array.append(QString::fromStdString(value));
     }
     m_json[member(name)] = array;
 }
 
-void Report::addText(const std::string& paragraph)
+void Report::addSection(const std::string& name, std::function<void(const Sink&)> text,
+                        std::function<QJsonValue()> json)
 {
-    m_text += paragraph;
+    m_sections.push_back({name, std::move(text), std::move(json)});
 }
 
-void Report::addSection(const std::string& name, const std::string& paragraph, const QJsonValue& value)
+void Report::writeText(const Sink& sink) const
 {
-    m_text += paragraph;
-    m_json[member(name)] = value;
+    sink(m_lines);
+    for (const Section& section : m_sections)
+        section.text(sink);
+}
+
+QJsonObject Report::json() const
+{
+    QJsonObject result = m_json;
+    for (const Section& section : m_sections)
+        result[member(section.name)] = section.json();
+    return result;
 }
 
 void print(const Report& report, bool asJson)
 {
-    const std::string text =
-        asJson ? QJsonDocument(report.json()).toJson(QJsonDocument::Indented).toStdString() : report.text();
     errno = 0;
-    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-    if (!written || std::fflush(stdout) != 0)
+    const Sink sink = [](const std::string& text) {
+        if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
+            throw Failure("standard output", systemCause());
+    };
+    if (asJson)
+        sink(QJsonDocument(report.json()).toJson(QJsonDocument::Indented).toStdString());
+    else
+        report.writeText(sink);
+    if (std::fflush(stdout) != 0)
         throw Failure("standard output", systemCause());
 }
 

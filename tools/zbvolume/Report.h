@@ -5,6 +5,7 @@
 
 #include <concepts>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -12,30 +13,39 @@
 namespace zbvolume
 {
 
+/// Where text goes, piece by piece.
+using Sink = std::function<void(const std::string&)>;
+
 /// Rows of numbers with a heading, shown as aligned text, CSV or JSON.
+///
+/// The cells are asked for when they are shown: noise has millions of objects, whose rows take many times the
+/// memory of what they are made from.
 class Table
 {
 public:
-    struct Column {
-        std::string name;   // of the CSV column and the JSON member: "centre_x"
-        std::string title;  // over the column: "x"
-        int decimals = 0;   // of real values in aligned text; CSV and JSON give them in full
-    };
     using Cell = std::variant<std::int64_t, double>;
+    struct Column {
+        std::string name;   // of the CSV column and the JSON member: "x_mm"
+        std::string title;  // over the column: "x mm"
+        int decimals;       // of real values in aligned text; CSV and JSON give them in full
+        std::function<Cell(std::size_t row)> cell;
+    };
 
-    explicit Table(std::vector<Column> columns) : m_columns(std::move(columns)) {}
+    Table(std::vector<Column> columns, std::size_t rowCount)
+        : m_columns(std::move(columns)), m_rowCount(rowCount)
+    {
+    }
 
-    void addRow(std::vector<Cell> row) { m_rows.push_back(std::move(row)); }
-    std::size_t rowCount() const { return m_rows.size(); }
-
-    /// The first maxRows rows, right-aligned.
-    std::string text(std::size_t maxRows) const;
-    std::string csv() const;
+    /// The first maxRows rows, right-aligned, and how many more there are.
+    void writeText(std::size_t maxRows, const Sink& sink) const;
+    void writeCsv(const Sink& sink) const;
     QJsonArray json() const;
 
 private:
+    std::size_t textWidth(const Column& column, std::size_t rows) const;
+
     std::vector<Column> m_columns;
-    std::vector<std::vector<Cell>> m_rows;
+    std::size_t m_rowCount;
 };
 
 /// What a command found out, gathered once and printed as text or as one JSON object.
@@ -56,17 +66,24 @@ public:
                     const std::string& separator, const std::string& unit = "");
     /// Several texts, a line each, an array in JSON.
     void addList(const std::string& name, const std::vector<std::string>& values);
-    /// A paragraph of text alone, such as a picture made of characters.
-    void addText(const std::string& paragraph);
-    /// A paragraph of text and a member of the JSON object that hold the same.
-    void addSection(const std::string& name, const std::string& paragraph, const QJsonValue& value);
+    /// Paragraphs behind all lines and a member of the JSON object that hold the same. Only one of the two
+    /// is asked for, when the report is printed.
+    void addSection(const std::string& name, std::function<void(const Sink&)> text,
+                    std::function<QJsonValue()> json);
 
-    const std::string& text() const noexcept { return m_text; }
-    const QJsonObject& json() const noexcept { return m_json; }
+    void writeText(const Sink& sink) const;
+    QJsonObject json() const;
 
 private:
-    std::string m_text;
-    QJsonObject m_json;
+    struct Section {
+        std::string name;
+        std::function<void(const Sink&)> text;
+        std::function<QJsonValue()> json;
+    };
+
+    std::string m_lines;
+    QJsonObject m_json;  // of the lines
+    std::vector<Section> m_sections;
 };
 
 /// Prints a report on standard output. Throws Failure where that cannot be written.

@@ -74,6 +74,9 @@ constexpr int brightContrast = 190;
 constexpr int contrasts[] = {90, 110, 130};
 constexpr int noiseReach = 20;
 
+// Of the time that a volume takes.
+constexpr float paintingShare = 0.5F;
+
 double distanceToSegment(const Point& p, const Point& a, const Point& b)
 {
     const Point along = b - a;
@@ -232,7 +235,10 @@ Layout LayoutMaker::make()
 class Brush
 {
 public:
-    Brush(unsigned char* voxels, int size) : m_voxels(voxels), m_size(size) {}
+    Brush(unsigned char* voxels, int size, ZbProgressInterface& progress)
+        : m_voxels(voxels), m_size(size), m_progress(progress)
+    {
+    }
 
     template <typename Distance>
     void paint(const Point& low, const Point& high, int contrast, Distance&& distance)
@@ -247,6 +253,8 @@ public:
                     unsigned char& voxel = m_voxels[x + long(m_size) * (y + long(m_size) * z)];
                     voxel = std::max(voxel, static_cast<unsigned char>(std::lround(contrast * share)));
                 }
+        if (m_progress.wasInterrupted(true))
+            throw Interrupted();
     }
     void paint(const Ellipsoid& e)
     {
@@ -270,6 +278,7 @@ public:
 private:
     unsigned char* m_voxels;
     long m_size;
+    ZbProgressInterface& m_progress;
 };
 
 // Background that brightens a little towards the top, and noise with a triangular distribution of integers
@@ -286,7 +295,7 @@ void addBackground(unsigned char* voxels, int size, ZbProgressInterface& progres
             *voxels = static_cast<unsigned char>(std::clamp(*voxels + background + noise, 0, 255));
             voxels++;
         }
-        progress.setProgressValue(0.2F + 0.8F * float(z) / float(size));
+        progress.setProgressValue(paintingShare + (1 - paintingShare) * float(z) / float(size));
         if (progress.wasInterrupted(true))
             throw Interrupted();
     }
@@ -328,11 +337,14 @@ Volume makeSample(int size, ZbProgressInterface& progress)
     std::fill_n(voxels, volume.voxelCount(), static_cast<unsigned char>(0));
 
     const Layout layout = LayoutMaker().make();
-    Brush brush(voxels, size);
-    for (const Tube& tube : layout.tubes)
-        brush.paint(tube);
-    for (const Ellipsoid& ellipsoid : layout.ellipsoids)
-        brush.paint(ellipsoid);
+    Brush brush(voxels, size, progress);
+    float painted = 0;
+    const auto paint = [&](const auto& object) {
+        brush.paint(object);
+        progress.setProgressValue(paintingShare * ++painted / float(sampleObjects));
+    };
+    std::for_each(layout.tubes.begin(), layout.tubes.end(), paint);
+    std::for_each(layout.ellipsoids.begin(), layout.ellipsoids.end(), paint);
     addBackground(voxels, size, progress);
     progress.stopWorking();
     return volume;

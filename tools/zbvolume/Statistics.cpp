@@ -22,9 +22,8 @@ namespace
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-// Voxels between two looks at the progress object, and the length of partial sums.
+// Voxels between two looks at the progress object.
 constexpr std::size_t blockLength = std::size_t(1) << 20;
-constexpr std::size_t sumLength = 4096;
 
 // Runs visit on the voxels as a span of their own type.
 template <typename Visit>
@@ -59,20 +58,16 @@ void forBlocks(std::span<const Value> values, ZbProgressInterface& progress, Wor
     }
 }
 
-// Sums term(value) over the finite values: short sums first, so that the rounding errors of millions of
-// additions do not pile up.
+// Sums term(value) over the finite values. A long double has room for the squares of the largest doubles, and
+// digits for the rounding errors of billions of additions.
 template <typename Value, typename Term>
-double sumFinite(std::span<const Value> values, ZbProgressInterface& progress, Term&& term)
+long double sumFinite(std::span<const Value> values, ZbProgressInterface& progress, Term&& term)
 {
-    double sum = 0;
+    long double sum = 0;
     forBlocks(values, progress, [&](std::span<const Value> block) {
-        for (std::size_t first = 0; first < block.size(); first += sumLength) {
-            double partial = 0;
-            for (const Value value : block.subspan(first, std::min(sumLength, block.size() - first)))
-                if (isFinite(value))
-                    partial += term(value);
-            sum += partial;
-        }
+        for (const Value value : block)
+            if (isFinite(value))
+                sum += term(static_cast<long double>(value));
     });
     return sum;
 }
@@ -199,15 +194,13 @@ Statistics computeStatistics(const Volume& volume, ZbProgressInterface& progress
         result.mean = result.median = result.deviation = nan;
         if (result.count == 0)
             return;
-        const auto count = double(result.count);
-        const double mean = sumFinite(all, progress, [](Value value) { return double(value); }) / count;
-        result.mean = mean;
-        result.deviation = std::sqrt(sumFinite(all, progress,
-                                               [mean](Value value) {
-                                                   const double distance = double(value) - mean;
-                                                   return distance * distance;
-                                               }) /
-                                     count);
+        const auto count = static_cast<long double>(result.count);
+        const long double mean = sumFinite(all, progress, [](long double value) { return value; }) / count;
+        const long double variance =
+            sumFinite(all, progress, [mean](long double value) { return (value - mean) * (value - mean); }) /
+            count;
+        result.mean = double(mean);
+        result.deviation = double(std::sqrt(variance));
         const auto upper = double(finiteValueOfRank(all, result.count / 2, progress));
         const double lower =
             result.count % 2 == 0 ? double(finiteValueOfRank(all, result.count / 2 - 1, progress)) : upper;

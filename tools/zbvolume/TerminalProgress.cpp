@@ -25,6 +25,19 @@ constexpr auto patience = std::chrono::milliseconds(300);
 constexpr auto interval = std::chrono::milliseconds(50);
 constexpr int barWidth = 40;
 
+void handleInterruption(void (*handler)(int))
+{
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+        struct sigaction inherited = {};
+        sigaction(signal, nullptr, &inherited);
+        if (inherited.sa_handler != SIG_IGN)  // as nohup and background jobs leave them
+            sigaction(signal, &action, nullptr);
+    }
+}
+
 }  // namespace
 
 TerminalProgress::TerminalProgress()
@@ -83,17 +96,14 @@ void TerminalProgress::clear()
 
 void catchInterruption()
 {
-    struct sigaction action = {};
-    action.sa_handler = [](int signal) { caughtSignal = signal; };
-    action.sa_flags = SA_RESTART;
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
-        struct sigaction inherited = {};
-        sigaction(signal, nullptr, &inherited);
-        if (inherited.sa_handler != SIG_IGN)  // as nohup and background jobs leave them
-            sigaction(signal, &action, nullptr);
-    }
+    handleInterruption([](int signal) { caughtSignal = signal; });
     // A write beyond the limit of the file size then fails like one to a full disk.
     std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void stopCatchingInterruption()
+{
+    handleInterruption(SIG_DFL);
 }
 
 bool isOutputClosed()

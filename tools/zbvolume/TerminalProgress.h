@@ -40,6 +40,8 @@ private:
 
 /// From now on SIGINT, SIGTERM, SIGHUP and SIGPIPE are remembered instead of ending the process.
 void catchInterruption();
+/// From now on they end the process again: nothing is left that would have to be removed.
+void stopCatchingInterruption();
 /// Whether the reader of standard output has gone, as head does: no reason for a message.
 bool isOutputClosed();
 /// Ends the process by the signal that was remembered, as shells and scripts expect of an interrupted

@@ -37,6 +37,8 @@ int runChosen(const Chosen& chosen)
     try {
         const Report report = chosen.run(progress);
         progress.clear();
+        progress.check();
+        stopCatchingInterruption();
         print(report, chosen.asJson);
         return 0;
     } catch (const Interrupted&) {
@@ -45,6 +47,7 @@ int runChosen(const Chosen& chosen)
             complain("interrupted", failed);
         endInterrupted();
     } catch (const std::bad_alloc&) {
+        progress.clear();
         return complain("not enough memory", failed);
     } catch (const std::exception& exception) {
         progress.clear();
