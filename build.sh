@@ -60,16 +60,15 @@ configure() {
     output=$(cmake --preset "$preset" "$@" ${ZBLIB_CMAKE_OPTIONS:-} 2>&1) || { say "$output"; exit 1; }
 }
 
-build() {  # build PRESET [TARGET]
-    cmake --build --preset "$1" ${2:+--target "$2"}
+build() {  # build PRESET [TARGET...]
+    cmake --build --preset "$1" ${2:+--target "${@:2}"}
 }
 
 # build_product: the library and the tool. They need no test packages, so a new tree is set up without tests.
 build_product() {
     ensure "${build_packages[@]}"
     [ -f build/release/build.ninja ] || configure release -D ZBLIB_BUILD_TESTS=OFF
-    build release zblib
-    build release zbvolume
+    build release zblib zbvolume
 }
 
 run_tests() {  # run_tests PRESET
