@@ -37,7 +37,7 @@ void checkNormalForms(const ZbFilename& path, const ZbFilename& base)
 
     ZbFilename relative(path);
     relative.makeRelativeTo(base);
-    require(relative.isRelative() || path.isRelative() == false);
+    require(relative.isRelative() || !packed.isRelative());
 
     ZbFilename quoted(path);
     quoted.quote();

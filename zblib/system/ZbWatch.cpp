@@ -46,6 +46,7 @@ float ZbWatch::getSeconds() const
 
 ZbString ZbWatch::getHumanReadableString() const
 {
-    const int seconds = int(double(getSeconds()) + 0.5);
+    const double rounded = double(getSeconds()) + 0.5;
+    const int seconds = int(rounded);
     return ZbString(0, "%d Hrs, %d Mins, %d Secs", seconds / 3600, seconds % 3600 / 60, seconds % 60);
 }
