@@ -19,3 +19,7 @@ foreach(way find_package pkg_config)
         message(FATAL_ERROR "the consumer printed '${output}', expected two objects")
     endif()
 endforeach()
+
+# As a part of another project: the configuration is what can go wrong, the build is this one again.
+run(${CMAKE_COMMAND} -G Ninja -S ${source_dir}/consumer -B ${work_dir}/add_subdirectory
+    -D CMAKE_CXX_COMPILER=${compiler} -D CMAKE_CXX_FLAGS=${flags} -D CONSUMER_WAY=add_subdirectory)
