@@ -91,4 +91,66 @@ void points(benchmark::State& state)
 }
 BENCHMARK(points)->Name("Eigen points")->Arg(1000)->Arg(1000000);
 
+// The counterparts of ZbEigenBench and ZbDMatrixBench.
+
+template <typename Solve>
+void eigen3(benchmark::State& state, bool isSymmetric, Solve solve)
+{
+    std::vector<Eigen::Matrix3f> matrices(1024);
+    for (Eigen::Matrix3f& m : matrices) {
+        m.setRandom();
+        if (isSymmetric)
+            m += Eigen::Matrix3f(m.transpose());
+    }
+    for (auto _ : state) {
+        for (const Eigen::Matrix3f& m : matrices)
+            solve(m);
+    }
+    state.SetItemsProcessed(state.iterations() * 1024);
+}
+
+void symmetricIterative(benchmark::State& state)
+{
+    eigen3(state, true, [](const Eigen::Matrix3f& m) {
+        Eigen::SelfAdjointEigenSolver<Eigen::Matrix3f> solver(m);
+        benchmark::DoNotOptimize(solver.eigenvectors().data()[0]);
+    });
+}
+BENCHMARK(symmetricIterative)->Name("Eigen SelfAdjointEigenSolver");
+
+void symmetricDirect(benchmark::State& state)
+{
+    eigen3(state, true, [](const Eigen::Matrix3f& m) {
+        Eigen::SelfAdjointEigenSolver<Eigen::Matrix3f> solver;
+        solver.computeDirect(m);
+        benchmark::DoNotOptimize(solver.eigenvectors().data()[0]);
+    });
+}
+BENCHMARK(symmetricDirect)->Name("Eigen computeDirect");
+
+void general(benchmark::State& state)
+{
+    eigen3(state, false, [](const Eigen::Matrix3f& m) {
+        Eigen::EigenSolver<Eigen::Matrix3f> solver(m);
+        benchmark::DoNotOptimize(solver.eigenvalues().data()[0]);
+    });
+}
+BENCHMARK(general)->Name("Eigen EigenSolver");
+
+void solveDense(benchmark::State& state)
+{
+    const Eigen::MatrixXf m = Eigen::MatrixXf::Random(state.range(0), state.range(0));
+    const Eigen::VectorXf b = Eigen::VectorXf::Random(state.range(0));
+    for (auto _ : state) {
+        const Eigen::VectorXf x = m.partialPivLu().solve(b);
+        benchmark::DoNotOptimize(x.data()[0]);
+    }
+}
+BENCHMARK(solveDense)
+    ->Name("Eigen PartialPivLU")
+    ->Arg(100)
+    ->Arg(500)
+    ->Arg(1000)
+    ->Unit(benchmark::kMicrosecond);
+
 }  // namespace

@@ -325,6 +325,33 @@ TEST(ZbMat4, failedInverseIsTheWorkingCopy)
     EXPECT_EQ(zero.inverse(), ZbMat4d(1, 2, 3, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0));
 }
 
+TYPED_TEST(ZbMat4Arrays, inverseIsThatOfTheFactors)
+{
+    std::mt19937 generator(8);
+    for (int round = 0; round < 300; ++round) {
+        auto m = randomMatrix<ZbMat4<TypeParam>>(generator);
+        if (round % 2 == 1) {
+            for (int i = 0; i < 16; ++i)
+                m[i / 4][i % 4] = std::round(m[i / 4][i % 4] * 2);  // ties, and elements of 0
+        }
+        auto factors = m;
+        int index[4];
+        TypeParam d;
+        if (!factors.LUDecomposition(index, d)) {
+            EXPECT_EQ(m.inverse(), factors);
+            continue;
+        }
+        const auto inverse = m.inverse();
+        for (int j = 0; j < 4; ++j) {
+            TypeParam column[4] = {};
+            column[j] = 1;
+            factors.LUBackSubstitution(index, column);
+            for (int i = 0; i < 4; ++i)
+                EXPECT_EQ(inverse[i][j], column[i]);
+        }
+    }
+}
+
 TYPED_TEST(ZbMat, factorsGiveTheMatrix)
 {
     constexpr int n = sizeOf<TypeParam>;

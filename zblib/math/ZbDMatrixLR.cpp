@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 
 namespace
@@ -64,6 +65,32 @@ void updateTile(T* const* c, const T* const* multipliers, const T* pivots, long 
     }
 }
 
+// The same for four rows and whole strips, in registers. Where the instruction set belongs to the function itself and
+// not to one that it is inlined into, the compiler keeps vectors of its width there.
+template <typename T>
+ZB_TARGET_V3 void updateTileV3(T* const* c, const T* const* multipliers, const T* pivots, long count)
+{
+    using Vector [[gnu::vector_size(32)]] = T;
+    constexpr int numRows = 4, lanes = 32 / sizeof(T), numVectors = stripWidth / lanes;
+    // What a register holds of a row; double needs four for a strip, so it goes half by half.
+    constexpr int atOnce = 2;
+    for (int part = 0; part < numVectors; part += atOnce) {
+        Vector sums[numRows][atOnce];
+        for (int r = 0; r < numRows; ++r)
+            std::memcpy(sums[r], c[r] + part * lanes, sizeof sums[r]);
+        for (long k = 0; k < count; ++k) {
+            Vector pivot[atOnce];
+            std::memcpy(pivot, pivots + k * stripWidth + part * lanes, sizeof pivot);
+            for (int r = 0; r < numRows; ++r) {
+                for (int i = 0; i < atOnce; ++i)
+                    sums[r][i] -= multipliers[r][k] * pivot[i];
+            }
+        }
+        for (int r = 0; r < numRows; ++r)
+            std::memcpy(c[r] + part * lanes, sums[r], sizeof sums[r]);
+    }
+}
+
 // Rows [i0, i1) of the columns [j0, j1) minus the products with the pivots [k0, k1).
 template <typename T>
 void update(T* const* rows, long i0, long i1, long k0, long k1, long j0, long j1)
@@ -84,7 +111,10 @@ void update(T* const* rows, long i0, long i1, long k0, long k1, long j0, long j1
                 T* const c[] = {rows[i] + j, rows[i + 1] + j, rows[i + 2] + j, rows[i + 3] + j};
                 const T* const multipliers[] = {rows[i] + k, rows[i + 1] + k, rows[i + 2] + k,
                                                 rows[i + 3] + k};
-                updateTile<tileRows>(c, multipliers, pivots, count, width);
+                if (width == stripWidth && zbCpuLevel() == ZbCpuLevel::V3)
+                    updateTileV3(c, multipliers, pivots, count);
+                else
+                    updateTile<tileRows>(c, multipliers, pivots, count, width);
             }
             for (; i < i1; ++i) {
                 T* const c[] = {rows[i] + j};

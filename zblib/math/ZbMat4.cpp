@@ -33,8 +33,11 @@ bool ZbMat4<T>::affine_inverse(const ZbMat4& in, ZbMat4& out) noexcept
     const auto product = [&in](int j0, int j1, int j2) { return double(in[0][j0]) * in[1][j1] * in[2][j2]; };
     double positive = 0, negative = 0;
     for (const double term : {product(0, 1, 2), product(1, 2, 0), product(2, 0, 1), -product(2, 1, 0),
-                              -product(1, 0, 2), -product(0, 2, 1)})
-        (term >= 0 ? positive : negative) += term;
+                              -product(1, 0, 2), -product(0, 2, 1)}) {
+        // Without a branch, because nobody can predict it.
+        positive += term >= 0 ? term : 0;
+        negative += term >= 0 ? 0 : term;
+    }
     const double det = positive + negative;
     if (positive - negative == 0 || std::fabs(det / (positive - negative)) < 1e-15)
         return false;
@@ -42,11 +45,10 @@ bool ZbMat4<T>::affine_inverse(const ZbMat4& in, ZbMat4& out) noexcept
     const ZbMat3<T> block(in[0][0], in[0][1], in[0][2], in[1][0], in[1][1], in[1][2], in[2][0], in[2][1],
                           in[2][2]);
     const ZbVec3<T> t(in[3]);
+    const ZbMat3<T> adjugate = block.inverse(1);
     for (int i = 0; i < 3; ++i) {
-        for (int j = 0; j < 3; ++j) {
-            const T minor = block.subdet(j, i);
-            out[i][j] = T(((i + j) % 2 == 0 ? minor : -minor) / det);
-        }
+        for (int j = 0; j < 3; ++j)
+            out[i][j] = T(adjugate[i][j] / det);
         out[i][3] = 0;
     }
     for (int j = 0; j < 3; ++j)
@@ -55,25 +57,58 @@ bool ZbMat4<T>::affine_inverse(const ZbMat4& in, ZbMat4& out) noexcept
     return true;
 }
 
+namespace
+{
+
+// LUDecomposition and LUBackSubstitution for the four unit vectors, each of which is a column of b: the same products
+// and sums, a row at once. The solution needs no transposition so. False at a pivot of 0.
+template <typename T>
+bool invertByFactors(const ZbMat4<T>& m, ZbMat4<T>& inverse) noexcept
+{
+    using Row [[gnu::vector_size(4 * sizeof(T))]] = T;
+    Row a[4], b[4] = {Row{1, 0, 0, 0}, Row{0, 1, 0, 0}, Row{0, 0, 1, 0}, Row{0, 0, 0, 1}};
+    std::memcpy(a, m[0], sizeof a);
+    for (int k = 0; k < 4; ++k) {
+        int pivot = k;
+        T largest = std::fabs(a[k][k]);
+        for (int i = k + 1; i < 4; ++i) {
+            const T size = std::fabs(a[i][k]);
+            pivot = size > largest ? i : pivot;
+            largest = size > largest ? size : largest;
+        }
+        if (largest == 0)
+            return false;
+        std::swap(a[k], a[pivot]);
+        std::swap(b[k], b[pivot]);
+        for (int i = k + 1; i < 4; ++i) {
+            const T factor = a[i][k] / a[k][k];
+            a[i] -= factor * a[k];
+            b[i] -= factor * b[k];
+        }
+    }
+    for (int i = 3; i >= 0; --i) {
+        for (int j = i + 1; j < 4; ++j)
+            b[i] -= a[i][j] * b[j];
+        b[i] /= a[i][i];
+    }
+    std::memcpy(inverse[0], b, sizeof b);
+    return true;
+}
+
+}  // namespace
+
 template <typename T>
 ZbMat4<T> ZbMat4<T>::inverse() const noexcept
 {
     if (*this == identity())
         return *this;
     ZbMat4 result;
-    if (affine_inverse(*this, result))
+    if (affine_inverse(*this, result) || invertByFactors(*this, result))
         return result;
-
-    ZbMat4 factors = *this;
+    result = *this;
     int index[4];
     T d;
-    if (!factors.LUDecomposition(index, d))
-        return factors;
-    // The four unit vectors at once, one in each column. So the solution needs no transposition.
-    using Row [[gnu::vector_size(4 * sizeof(T))]] = T;
-    Row columns[4] = {Row{1, 0, 0, 0}, Row{0, 1, 0, 0}, Row{0, 0, 1, 0}, Row{0, 0, 0, 1}};
-    ZbDetail::luSolve(factors.m_rows, index, columns);
-    std::memcpy(result.m_rows, columns, sizeof columns);
+    result.LUDecomposition(index, d);
     return result;
 }
 
