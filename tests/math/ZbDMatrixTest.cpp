@@ -106,7 +106,7 @@ TYPED_TEST(ZbDMatrixTest, ownsAndCopiesItsElements)
 
 TYPED_TEST(ZbDMatrixTest, factorsAreThoseOfThePlainLoops)
 {
-    for (const int n : {1, 2, 5, 15, 16, 17, 31, 33, 48, 100, 290}) {
+    for (const int n : {1, 2, 5, 15, 16, 17, 31, 33, 48, 100, 290, 560}) {
         SCOPED_TRACE(n);
         auto m = randomMatrix<TypeParam>(n, n, unsigned(n));
         if (n > 2) {

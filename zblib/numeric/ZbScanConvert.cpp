@@ -18,7 +18,7 @@ struct ActiveEdge {
 // Strictly, so that equal values have no order, with what is not a number behind everything else.
 bool isBefore(float a, float b)
 {
-    return a < b || (std::isnan(b) && !std::isnan(a));
+    return !(a >= b) && a == a;
 }
 
 // The active edges of one polygon, from row to row.
@@ -44,23 +44,45 @@ public:
     void sort()
     {
         if (m_hasRemoved) {
-            const auto end = std::remove_if(m_edges.begin(), m_edges.end(), [this](const ActiveEdge& edge) {
-                return !m_isActive[edge.edge];
-            });
-            m_edges.resize(int(end - m_edges.begin()));
+            int kept = 0, keptSorted = 0;
+            for (int i = 0; i < m_edges.size(); ++i) {
+                if (m_isActive[m_edges[i].edge]) {
+                    m_edges[kept++] = m_edges[i];
+                    keptSorted += i < m_sortedCount;
+                }
+            }
+            m_edges.resize(kept);
+            m_sortedCount = keptSorted;
             m_hasRemoved = false;
         }
-        // From one row to the next little changes: insertion takes as many moves as edges have crossed. New edges
-        // stand at the end, where many of them would be moved far, so the effort has a limit.
+        sortKnown();
+        mergeNew();
+        m_sortedCount = m_edges.size();
+    }
+
+    int size() const { return m_edges.size(); }
+    ActiveEdge* data() { return m_edges.data(); }
+
+private:
+    static bool compare_active(const ActiveEdge& a, const ActiveEdge& b) { return isBefore(a.x, b.x); }
+
+    // A lambda is inlined where a function is called.
+    static void sort(ActiveEdge* begin, ActiveEdge* end)
+    {
+        std::sort(begin, end, [](const ActiveEdge& a, const ActiveEdge& b) { return compare_active(a, b); });
+    }
+
+    // The edges that were in order in the row before. Insertion takes as many moves as edges have crossed since, which
+    // are few as a rule.
+    void sortKnown()
+    {
         ActiveEdge* edges = m_edges.data();
-        long moves = 8l * m_edges.size();
-        for (int i = 1; i < m_edges.size(); ++i) {
+        long moves = 8l * m_sortedCount;
+        for (int i = 1; i < m_sortedCount; ++i) {
             if (!compare_active(edges[i], edges[i - 1]))
                 continue;
-            if (moves < 0) {
-                std::sort(m_edges.begin(), m_edges.end(), compare_active);
-                return;
-            }
+            if (moves < 0)
+                return sort(edges, edges + m_sortedCount);
             const ActiveEdge edge = edges[i];
             int j = i;
             for (; j > 0 && compare_active(edge, edges[j - 1]); --j)
@@ -70,11 +92,23 @@ public:
         }
     }
 
-    int size() const { return m_edges.size(); }
-    ActiveEdge* data() { return m_edges.data(); }
-
-private:
-    static bool compare_active(const ActiveEdge& a, const ActiveEdge& b) { return isBefore(a.x, b.x); }
+    // The edges that begin in this row stand behind the others.
+    void mergeNew()
+    {
+        const int newCount = m_edges.size() - m_sortedCount;
+        if (newCount == 0)
+            return;
+        sort(m_edges.data() + m_sortedCount, m_edges.end());
+        m_new.resize(newCount);
+        std::copy(m_edges.data() + m_sortedCount, m_edges.end(), m_new.begin());
+        int known = m_sortedCount - 1, target = m_edges.size() - 1;
+        for (int next = newCount - 1; next >= 0; --target) {
+            if (known >= 0 && compare_active(m_new[next], m_edges[known]))
+                m_edges[target] = m_edges[known--];
+            else
+                m_edges[target] = m_new[next--];
+        }
+    }
 
     void passEdge(int edge, float otherY, int y)
     {
@@ -109,6 +143,8 @@ private:
     const ZbVec2<float>* m_points;
     int m_n;
     ZbSmallArray<ActiveEdge, 64> m_edges;
+    ZbSmallArray<ActiveEdge, 64> m_new;  // scratch
+    int m_sortedCount = 0;               // edges that were sorted in the row before
     ZbSmallArray<bool, 64> m_isActive;
     bool m_hasRemoved = false;
 };
