@@ -8,4 +8,13 @@ elseif(ZBLIB_INVENTOR)
     find_package(Coin CONFIG REQUIRED GLOBAL)
     set(ZBLIB_HAVE_INVENTOR ON)
 endif()
+
+# The package initialises the class of CPU devices where the toolkit has one; Coin has none.
+if(ZBLIB_HAVE_INVENTOR)
+    include(CheckCXXSourceCompiles)
+    set(CMAKE_REQUIRED_LIBRARIES Coin::Coin)
+    check_cxx_source_compiles("#include <Inventor/devices/SoCpuDevice.h>
+        int main() { SoCpuDevice::initClass(); }" ZBLIB_HAVE_CPU_DEVICE)
+    unset(CMAKE_REQUIRED_LIBRARIES)
+endif()
 message(STATUS "zblib: scene-graph conversions: ${ZBLIB_HAVE_INVENTOR}")
