@@ -115,7 +115,9 @@ ZbSmallArray<T, N>::~ZbSmallArray()
                   "specialise ZbIsRelocatable<T>.");
     static_assert(alignof(T) <= alignof(std::max_align_t),
                   "The memory of a ZbSmallArray is aligned as by malloc; this type asks for more.");
-    clear();
+    std::destroy(begin(), end());
+    if (m_size > N)
+        std::free(static_cast<void*>(m_heap.elements));
 }
 
 template <typename T, int N>
@@ -169,7 +171,7 @@ int ZbSmallArray<T, N>::append(const T& item)
                                                                                   T(item));
     setSize(m_size + 1);
     std::memcpy(static_cast<void*>(end() - 1), copy, sizeof(T));
-    made.release();
+    static_cast<void>(made.release());
     return m_size - 1;
 }
 
