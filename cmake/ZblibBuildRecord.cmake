@@ -24,7 +24,7 @@ function(zb_write_build_record target source_dir)
     add_custom_target(${target}_revision
         COMMAND ${CMAKE_COMMAND} -D source_dir=${source_dir} -D output=${revision}
             -P ${zblib_build_record_dir}/SourceRevision.cmake
-        BYPRODUCTS ${revision} COMMENT "" VERBATIM)
+        BYPRODUCTS ${revision} COMMENT "Asking for the revision of the source" VERBATIM)
     add_dependencies(${target} ${target}_revision)
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${revision})
 

@@ -96,6 +96,10 @@ TEST(ZbFilename, hasADirectoryABaseNameAndAnExtension)
         EXPECT_EQ(ZbFilename::extension(path),
                   path + (extensionPos == -1 ? std::strlen(path) : extensionPos));
     }
+    EXPECT_STREQ(ZbFilename::basename(nullptr), "");
+    EXPECT_STREQ(ZbFilename::extension(nullptr), "");
+    EXPECT_EQ(ZbFilename::extensionPos(nullptr), -1);
+    EXPECT_STREQ(ZbFilename::dirname(nullptr), "");
 }
 
 TEST(ZbFilename, extensionIsReplaced)

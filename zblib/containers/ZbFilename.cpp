@@ -88,6 +88,8 @@ ZbFilename& ZbFilename::append(const QByteArray& text)
 
 const char* ZbFilename::basename(const char* path) noexcept
 {
+    if (!path)
+        return "";
     const char* const slash = std::strrchr(path, '/');
     return slash ? slash + 1 : path;
 }
@@ -95,13 +97,14 @@ const char* ZbFilename::basename(const char* path) noexcept
 long ZbFilename::extensionPos(const char* path) noexcept
 {
     const char* const dot = std::strrchr(basename(path), '.');
-    return dot ? dot - path : -1;
+    return dot ? dot - path : -1;  // without a path there is no dot
 }
 
 const char* ZbFilename::extension(const char* path) noexcept
 {
-    const long pos = extensionPos(path);
-    return pos == -1 ? path + std::strlen(path) : path + pos;
+    const char* const name = basename(path);
+    const char* const dot = std::strrchr(name, '.');
+    return dot ? dot : name + std::strlen(name);
 }
 
 void ZbFilename::removeExtension()
@@ -123,7 +126,7 @@ void ZbFilename::setExtension(const char* text)
 
 ZbFilename ZbFilename::dirname(const char* path)
 {
-    const char* const slash = std::strrchr(path, '/');
+    const char* const slash = path ? std::strrchr(path, '/') : nullptr;
     return slash ? QByteArray(path, slash - path) : QByteArray();
 }
 

@@ -105,8 +105,8 @@ public:
     /// fixSlashes(), and removes "//", "/./" and "name/.." from the text. O(length).
     ///
     /// Callers know the results by heart, so they are those of single replacements: of three slashes two
-    /// stay, of "/././" stays "/./", a leading ".." ends the removal of all further ones, and any name that
-    /// begins with two dots counts as "..".
+    /// stay, of "/././" stays "/./", any name that begins with two dots counts as "..", and one whose name has no
+    /// "/" in front, as in "a/../b", stays and ends the removal of all further ones.
     void pack();
     /// Makes a relative path absolute: puts the working folder in front, or replaces a leading "~" by the
     /// home folder (HOME) and "~name" by that of an account. An unknown one counts as empty: "~nobody/a"
