@@ -213,6 +213,7 @@ inline bool findBinsByProduct(int* __restrict bins, const T* __restrict data, un
         // Into the middle of the end bins, where nothing is in doubt.
         bin = bin > Real(0.5) ? bin : Real(0.5);
         bin = bin < last + Real(0.5) ? bin : last + Real(0.5);
+        // NOLINTNEXTLINE(misc-redundant-expression): NaN is not equal to itself
         bin = ((value == value) & !(value == ignored)) ? bin : last + Real(1.5);
         bins[i] = int(bin);
         const Real fromMiddle = bin - Real(bins[i]) - Real(0.5);
