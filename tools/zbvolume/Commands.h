@@ -19,6 +19,8 @@ class TerminalProgress;
 /// What the command line asks for.
 struct Chosen {
     std::function<Report(TerminalProgress& progress)> run;
+    /// What goes on once the report is printed, until the user ends it; may be empty.
+    std::function<void()> afterwards;
     bool asJson = false;
 };
 
@@ -29,6 +31,7 @@ void addHistogram(CLI::App& app, Chosen& chosen);
 void addCount(CLI::App& app, Chosen& chosen);
 void addSample(CLI::App& app, Chosen& chosen);
 void addDemo(CLI::App& app, Chosen& chosen);
+void addServe(CLI::App& app, Chosen& chosen);
 
 /// A command as yet without options but --json. check, if given, looks at options that only together are
 /// right or wrong; see requireThat().

@@ -40,6 +40,8 @@ int runChosen(const Chosen& chosen)
         progress.check();
         stopCatchingInterruption();
         print(report, chosen.asJson);
+        if (chosen.afterwards)
+            chosen.afterwards();
         return 0;
     } catch (const Interrupted&) {
         progress.clear();
@@ -66,7 +68,7 @@ int run(int argc, char** argv)
     app.require_subcommand(1);
     app.set_version_flag("--version", "zbvolume " ZBVOLUME_VERSION);
     Chosen chosen;
-    for (const auto add : {addInfo, addHistogram, addCount, addSample, addDemo})
+    for (const auto add : {addInfo, addHistogram, addCount, addSample, addDemo, addServe})
         add(app, chosen);
     try {
         app.parse(argc, argv);
