@@ -35,7 +35,8 @@ public:
     using iterator = T*;
     using const_iterator = const T*;
 
-    ZbSmallArray() noexcept {}
+    // The two stores are cheap, and the compiler need not find out that m_heap is only read when it is set.
+    ZbSmallArray() noexcept : m_heap{} {}
     explicit ZbSmallArray(int n) : ZbSmallArray() { resize(n); }
     ZbSmallArray(const ZbSmallArray& other);
     /// Takes the elements; other is empty afterwards.
