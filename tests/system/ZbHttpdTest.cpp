@@ -92,6 +92,15 @@ struct ZbHttpdTest : ::testing::Test {
         EXPECT_EQ(request("QUIT\r\n"), "");
         thread.join();
     }
+    template <typename Requests>
+    void whileServing(ZbHttpd& other, Requests requests)
+    {
+        port = other.getPort();
+        std::thread loop([&] { other.mainLoop(); });
+        requests();
+        request("QUIT\n");
+        loop.join();
+    }
     int connect() const { return ZbSocket::connect("127.0.0.1", port); }
     std::string request(const std::string& text) const
     {
@@ -211,19 +220,22 @@ TEST_F(ZbHttpdTest, handsScriptsToItsOwner)
     EXPECT_EQ(get("/data/run.hx"), notFound("/data/run.hx"));
     quit();
 
-    ZbHttpd owner(0, nullptr, "127.0.0.1");
-    owner.scriptUserData = &scripts;
-    owner.scriptCallback = [](char* path, void* data) {
-        static_cast<std::vector<std::string>*>(data)->push_back(path);
-        path[0] = '#';
+    const auto makeOwner = [&] {
+        auto owner = std::make_unique<ZbHttpd>(0, nullptr, "127.0.0.1");
+        owner->scriptUserData = &scripts;
+        owner->scriptCallback = [](char* path, void* data) {
+            static_cast<std::vector<std::string>*>(data)->push_back(path);
+            path[0] = '#';
+        };
+        return owner;
     };
-    port = owner.getPort();
-    std::thread loop([&] { owner.mainLoop(); });
-    for (const char* path : {"/data/run.hx", "/cgi-bin/data/a%20b.iv", "data/cgi-bin.hx"})
-        EXPECT_EQ(get(path), reply) << path;
-    EXPECT_EQ(request("GET /data/run.hx\r\n"), reply);
-    for (const char* path : {"/data/run.HX", "/data/run.hx/", "/run.hxx", "/hx"})
-        EXPECT_EQ(get(path), notFound(path));
+    whileServing(*makeOwner(), [&] {
+        for (const char* path : {"/data/run.hx", "/cgi-bin/data/a%20b.iv", "data/cgi-bin.hx"})
+            EXPECT_EQ(get(path), reply) << path;
+        EXPECT_EQ(request("GET /data/run.hx\r\n"), reply);
+        for (const char* path : {"/data/run.HX", "/data/run.hx/", "/run.hxx", "/hx"})
+            EXPECT_EQ(get(path), notFound(path));
+    });
     EXPECT_EQ(scripts, (std::vector<std::string>{"/data/run.hx", "/data/a b.iv", "data.hx", "/data/run.hx"}));
 
     // With a root, scripts are files in it.
@@ -231,13 +243,14 @@ TEST_F(ZbHttpdTest, handsScriptsToItsOwner)
     write("in.hx", "secret");
     write("cgi-bin/deep.hx", "secret");
     std::ofstream(base + "/out.hx") << "secret";
-    ASSERT_TRUE(owner.setDocumentRoot(root.c_str()));
-    EXPECT_EQ(get("/cgi-bin/in.hx"), reply);
-    EXPECT_EQ(get("/cgi-bin/deep.hx"), notFound("/deep.hx"));
-    EXPECT_EQ(get("/../out.hx"), notFound("/../out.hx"));
+    const auto confined = makeOwner();
+    ASSERT_TRUE(confined->setDocumentRoot(root.c_str()));
+    whileServing(*confined, [&] {
+        EXPECT_EQ(get("/cgi-bin/in.hx"), reply);
+        EXPECT_EQ(get("/cgi-bin/deep.hx"), notFound("/deep.hx"));
+        EXPECT_EQ(get("/../out.hx"), notFound("/../out.hx"));
+    });
     EXPECT_EQ(scripts, std::vector<std::string>{fs::canonical(root).string() + "/in.hx"});
-    request("QUIT\n");
-    loop.join();
 }
 
 TEST_F(ZbHttpdTest, findsNothingOutsideOfItsRoot)
@@ -275,20 +288,19 @@ TEST_F(ZbHttpdTest, findsNothingOutsideOfItsRoot)
     EXPECT_EQ(get("/..%20/../../secret.html"), notFound("/.. /../../secret.html"));
     quit();
 
-    EXPECT_TRUE(httpd.setDocumentRoot("/"));
     for (const std::string& wrong : {secret, base + "/none"}) {
         ZbHttpd closed(0, nullptr, "127.0.0.1");
         EXPECT_FALSE(closed.setDocumentRoot(wrong.c_str()));
-        port = closed.getPort();
-        std::thread loop([&] { closed.mainLoop(); });
-        EXPECT_EQ(get(secret), notFound(secret));
-        EXPECT_EQ(get("/"), notFound("/"));
-        closed.setDocumentRoot("/");
-        EXPECT_EQ(get(secret), "secret");
-        closed.setDocumentRoot(nullptr);
-        EXPECT_EQ(get(secret), "secret");
-        request("quit now\n");
-        loop.join();
+        whileServing(closed, [&] {
+            EXPECT_EQ(get(secret), notFound(secret));
+            EXPECT_EQ(get("/"), notFound("/"));
+        });
+    }
+    for (const char* all : {"/", static_cast<const char*>(nullptr)}) {
+        ZbHttpd open(0, nullptr, "127.0.0.1");
+        EXPECT_TRUE(open.setDocumentRoot(root.c_str()));
+        EXPECT_TRUE(open.setDocumentRoot(all));
+        whileServing(open, [&] { EXPECT_EQ(get(secret), "secret"); });
     }
 }
 

@@ -105,10 +105,11 @@ bool isBinary(const char* data, long length)
     constexpr long block = 4096;
     for (long start = 0; start < length; start += block) {
         const long end = std::min(start + block, length);
-        bool found = false;
+        // As bytes of a signed type, those above 127 are below 32 as well.
+        unsigned char found = 0;
         for (long i = start; i < end; ++i) {
-            const auto byte = static_cast<unsigned char>(data[i]);
-            found |= (byte < 32 && byte != '\n' && byte != '\r') || byte > 127;
+            const auto byte = static_cast<signed char>(data[i]);
+            found |= static_cast<unsigned char>((byte < 32) & (byte != '\n') & (byte != '\r'));
         }
         if (found)
             return true;
