@@ -153,7 +153,7 @@ TEST_F(ZbHttpdTest, sendsFilesWithAMarkerInFrontOfPlainText)
         {"long_markup.txt", blanks + "<", false},
         {"long_blanks.txt", blanks + "x<", true},
         {"piece.dat", bytes(256 * 1024), false},
-        {"pieces.txt", std::string(512 * 1024, 'x'), true},
+        {"pieces.txt", std::string(256 * 1024, 'x') + "<" + std::string(256 * 1024, 'x'), true},
         {"large.bin", bytes(5000000), false},
     };
     start();
@@ -242,13 +242,16 @@ TEST_F(ZbHttpdTest, handsScriptsToItsOwner)
     scripts.clear();
     write("in.hx", "secret");
     write("cgi-bin/deep.hx", "secret");
-    std::ofstream(base + "/out.hx") << "secret";
+    fs::create_directory(base + "/root2");
+    for (const char* name : {"/out.hx", "/root2/out.hx"})
+        std::ofstream(base + name) << "secret";
     const auto confined = makeOwner();
     ASSERT_TRUE(confined->setDocumentRoot(root.c_str()));
     whileServing(*confined, [&] {
         EXPECT_EQ(get("/cgi-bin/in.hx"), reply);
         EXPECT_EQ(get("/cgi-bin/deep.hx"), notFound("/deep.hx"));
-        EXPECT_EQ(get("/../out.hx"), notFound("/../out.hx"));
+        for (const char* path : {"/../out.hx", "/../root2/out.hx"})
+            EXPECT_EQ(get(path), notFound(path));
     });
     EXPECT_EQ(scripts, std::vector<std::string>{fs::canonical(root).string() + "/in.hx"});
 }
