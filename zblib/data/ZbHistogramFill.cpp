@@ -1,5 +1,6 @@
 #include <zblib/data/ZbHistogramFill.h>
 
+#include <zblib/data/ZbCopyBytes.h>
 #include <zblib/foundation/ZbMultiversion.h>
 #include <zblib/foundation/ZbProgressInterface.h>
 
@@ -299,6 +300,9 @@ public:
         int bins[blockSize];
         for (unsigned long i = 0; i < count; i += blockSize) {
             const unsigned long n = std::min(blockSize, count - i);
+            // The next block; the hardware alone runs too little ahead where two threads share a core.
+            const unsigned long next = std::min(blockSize, count - i - n);
+            ZbDetail::prefetch(reinterpret_cast<const char*>(data + i + n), long(next * sizeof(T)));
             zbMultiversion([&] { m_finder.find(bins, data + i, n); });
             std::fill(bins + n, bins + (n + 3) / 4 * 4, m_leftOut);
             const long nextTable = m_tables > 1 ? m_leftOut + 1 : 0;

@@ -1,6 +1,7 @@
 #include <zblib/data/ZbRawData.h>
 
 #include <zblib/data/ZbClampTo.h>
+#include <zblib/data/ZbCopyBytes.h>
 #include <zblib/data/ZbUnsupportedType.h>
 #include <zblib/foundation/ZbMultiversion.h>
 #include <zblib/types/ZbPrimTypeVisit.h>
@@ -91,6 +92,9 @@ void convertBlocks(To* target, const From* source, unsigned long count, Convert 
     unsigned long i = 0;
     while (i < count) {
         const unsigned long n = std::min(blockSize, (i < cached ? cached : count) - i);
+        // The next block; the hardware alone runs too little ahead where two threads share a core.
+        const unsigned long next = std::min(blockSize, count - i - n);
+        ZbDetail::prefetch(reinterpret_cast<const char*>(source + i + n), long(next * sizeof(From)));
         convert(block, source + i, n);
         if (i >= cached && n == blockSize) {
             for (unsigned long k = 0; k < blockSize; k += sizeof(__m128i) / sizeof(To))
