@@ -18,7 +18,7 @@ namespace
 constexpr size_t blockBytes = size_t(1) << 26;
 constexpr size_t conversionCount = size_t(1) << 24;
 
-// Noise around the middle of the range of a type, as in an image.
+// Noise around the middle of the range of a type, as in an image; it repeats itself after a prime number of values.
 template <typename T>
 std::vector<T> image(size_t count)
 {
@@ -26,8 +26,8 @@ std::vector<T> image(size_t count)
     std::mt19937 generator(1);
     std::normal_distribution<double> noise(0.5 * top, 0.1 * top);
     std::vector<T> values(count);
-    for (T& value : values)
-        value = T(std::clamp(noise(generator), 0.0, top));
+    for (size_t i = 0; i < count; ++i)
+        values[i] = i < 65521 ? T(std::clamp(noise(generator), 0.0, top)) : values[i - 65521];
     return values;
 }
 
