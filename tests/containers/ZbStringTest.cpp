@@ -241,6 +241,7 @@ TEST(ZbString, numbers)
     EXPECT_STREQ(ZbString().setInt64(LLONG_MIN), "-9223372036854775808");
     EXPECT_EQ(ZbString(" -12.5").toInt64(), -12);
     EXPECT_EQ(ZbString::toInt64("x1"), 0);
+    EXPECT_EQ(ZbString::toInt64(nullptr), 0);
     EXPECT_EQ(ZbString::toInt64("9999999999999999999"), LLONG_MAX);
     const struct {
         const char* text;

@@ -331,7 +331,7 @@ void ZbString::formatLong(long room, const char* format, va_list arguments)
 
 long long ZbString::toInt64(const char* text) noexcept
 {
-    return std::strtoll(text, nullptr, 10);
+    return text ? std::strtoll(text, nullptr, 10) : 0;
 }
 
 long long ZbString::parseNumber(const char*& p) noexcept

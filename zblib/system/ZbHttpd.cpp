@@ -140,6 +140,21 @@ void discardHeaders(int fd, bool isLineEmpty, bool hasHeaders)
     }
 }
 
+// Whether a path, read from left to right, is above the folder that it starts from anywhere.
+bool leavesItsStart(const QByteArray& path)
+{
+    int depth = 0;
+    for (const QByteArray& name : path.split('/')) {
+        if (name == "..")
+            --depth;
+        else if (!name.isEmpty() && name != ".")
+            ++depth;
+        if (depth < 0)
+            return true;
+    }
+    return false;
+}
+
 }  // namespace
 
 // One file or text on its way to a client.
@@ -358,7 +373,8 @@ int ZbHttpd::send(int fd, const char* data, int length)
 // The path of an existing file or folder below the root, without links and dots.
 bool ZbHttpd::resolve(const char* path, ZbFilename& resolved) const
 {
-    if (m_root.isEmpty())
+    // A path that leaves the root on its way would tell which folders there are outside, even if it came back.
+    if (m_root.isEmpty() || leavesItsStart(path))
         return false;
     const QByteArray wanted = QByteArray(m_root.getString()) + '/' + path;
     char* const real = ::realpath(wanted.constData(), nullptr);

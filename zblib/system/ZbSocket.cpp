@@ -81,9 +81,9 @@ int ZbSocket::connect(const char* host, int port)
 int ZbSocket::receive(int fd, char* buffer, int size, int lineMode)
 {
     blocking(fd);
-    const int room = lineMode ? size - 1 : size;
     if (size < (lineMode ? 2 : 1))
         return 0;
+    const int room = lineMode ? size - 1 : size;
     int count = 0;
     do {
         const long got = lineMode ? ZbDetail::takeLine(fd, buffer + count, room - count)
