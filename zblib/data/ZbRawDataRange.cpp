@@ -170,11 +170,10 @@ ZB_TARGET_V3 Extremes<T> scanRealsV3(const T* data, unsigned long count, Extreme
     }
     unsigned long i = 0;
     for (; i + 4 * width <= count; i += 4 * width) {
-        // 2 KB ahead, which is harmless behind the end: a quarter faster where two threads share a core.
-        // By address, since there is no pointer to there.
-        const auto* const ahead = reinterpret_cast<const char*>(std::uintptr_t(data + i) + 2048);
-        _mm_prefetch(ahead, _MM_HINT_T0);
-        _mm_prefetch(ahead + 64, _MM_HINT_T0);
+        // 2 KB ahead: a quarter faster where two threads share a core.
+        const unsigned long ahead = i + 2048 / sizeof(T);
+        _mm_prefetch(data + std::min(ahead, count - 1), _MM_HINT_T0);
+        _mm_prefetch(data + std::min(ahead + 64 / sizeof(T), count - 1), _MM_HINT_T0);
         for (unsigned long k = 0; k < 4; ++k) {
             const Vector values = ignoredToNan(load(data + i + k * width), skipped);
             low[k] = lower(values, low[k]);
