@@ -300,7 +300,7 @@ public:
         int bins[blockSize];
         for (unsigned long i = 0; i < count; i += blockSize) {
             const unsigned long n = std::min(blockSize, count - i);
-            // The next block; the hardware alone runs too little ahead where two threads share a core.
+            // The next block; the hardware alone runs too little ahead on a busy machine.
             const unsigned long next = std::min(blockSize, count - i - n);
             ZbDetail::prefetch(reinterpret_cast<const char*>(data + i + n), long(next * sizeof(T)));
             zbMultiversion([&] { m_finder.find(bins, data + i, n); });

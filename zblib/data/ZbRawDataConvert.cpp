@@ -92,7 +92,7 @@ void convertBlocks(To* target, const From* source, unsigned long count, Convert 
     unsigned long i = 0;
     while (i < count) {
         const unsigned long n = std::min(blockSize, (i < cached ? cached : count) - i);
-        // The next block; the hardware alone runs too little ahead where two threads share a core.
+        // The next block; the hardware alone runs too little ahead on a busy machine.
         const unsigned long next = std::min(blockSize, count - i - n);
         ZbDetail::prefetch(reinterpret_cast<const char*>(source + i + n), long(next * sizeof(From)));
         convert(block, source + i, n);
