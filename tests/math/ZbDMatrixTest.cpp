@@ -150,6 +150,29 @@ TYPED_TEST(ZbDMatrixTest, solvesForSeveralRightSides)
     }
 }
 
+TYPED_TEST(ZbDMatrixTest, solvesForAnySizeOfRightSide)
+{
+    using Limits = std::numeric_limits<TypeParam>;
+    const auto m = randomMatrix<TypeParam>(20, 20, 5), b = randomMatrix<TypeParam>(1, 20, 6);
+    const auto solved = [&](TypeParam scale) {
+        ZbDMatrix<TypeParam> factors(20, 20), side = b;
+        std::for_each(side.row(0), side.row(0) + 20, [scale](TypeParam& value) { value *= scale; });
+        TypeParam det;
+        EXPECT_EQ(m.solveLRdecomp(rowsOf(factors).data(), rowsOf(side).data(), 1, det), 0);
+        return side;
+    };
+    const ZbDMatrix<TypeParam> x = solved(1);
+    // Squares of these are beyond a double, or 0.
+    for (const TypeParam scale : {std::ldexp(TypeParam(1), Limits::max_exponent - 20),
+                                  std::ldexp(TypeParam(1), Limits::min_exponent + 60)}) {
+        const auto scaled = solved(scale);
+        for (int i = 0; i < 20; ++i)
+            EXPECT_EQ(scaled(0, i) / scale, x(0, i)) << scale;
+    }
+    for (const TypeParam bad : {Limits::quiet_NaN(), Limits::infinity()})
+        EXPECT_TRUE(std::isnan(solved(bad)(0, 0)));
+}
+
 TYPED_TEST(ZbDMatrixTest, solvingFails)
 {
     const auto solve = [](const ZbDMatrix<TypeParam>& m, ZbProgressInterface* progress = nullptr) {
@@ -245,10 +268,58 @@ TYPED_TEST(ZbDMatrixTest, singularValues)
         }
         EXPECT_EQ(large, rank);
     }
-    ZbDMatrix<TypeParam> diagonal(2, 2), u, v;
+}
+
+// Rows and columns of very different size: nothing may be divided by what vanishes beside the rest.
+TYPED_TEST(ZbDMatrixTest, singularValuesOfGradedMatrices)
+{
+    ZbDMatrix<TypeParam> u, v;
+    ZbDVector<TypeParam> w;
+    for (int round = 0; round < 200; ++round) {
+        const int n = 2 + round % 7, m = 2 + round / 7 % 7, k = std::min(n, m);
+        auto matrix = randomMatrix<TypeParam>(n, m, unsigned(round));
+        double largest = 0;
+        for (int i = 0; i < n; ++i) {
+            for (int j = 0; j < m; ++j) {
+                const int rowGrade = round % 3 == 1 ? i : -i, columnGrade = round % 4 < 2 ? j : -j;
+                matrix(i, j) *=
+                    std::pow(TypeParam(10), TypeParam((rowGrade + columnGrade) * (1 + round % 3)));
+                if (round % 2 == 0 && i != j)
+                    matrix(i, j) = 0;
+                largest = std::max(largest, std::fabs(double(matrix(i, j))));
+            }
+        }
+        SCOPED_TRACE(testing::Message() << "round " << round << ", " << n << " x " << m);
+        ASSERT_EQ(matrix.SVD(u, w, v), 1);
+        const double tolerance = 30 * std::numeric_limits<TypeParam>::epsilon();
+        for (int i = 0; i < n; ++i) {
+            for (int j = 0; j < m; ++j) {
+                double sum = 0;
+                for (int l = 0; l < k; ++l)
+                    sum += double(u(i, l)) * w[l] * v(j, l);
+                EXPECT_NEAR(sum, matrix(i, j), tolerance * largest);
+            }
+        }
+        for (const auto* vectors : {&u, &v}) {
+            for (int i = 0; i < k * k; ++i) {
+                double sum = 0;
+                for (int l = 0; l < vectors->numRows(); ++l)
+                    sum += double((*vectors)(l, i / k)) * (*vectors)(l, i % k);
+                EXPECT_NEAR(sum, i / k == i % k, tolerance);
+            }
+        }
+    }
+    ZbDMatrix<TypeParam> extremes(2, 2);
+    extremes(0, 0) = TypeParam(1e20);
+    extremes(1, 1) = TypeParam(1e-20);
+    ASSERT_EQ(extremes.SVD(u, w, v), 1);
+    EXPECT_EQ(w[0], TypeParam(1e20));
+    EXPECT_NEAR(w[1] / TypeParam(1e-20), 1, 1e-4);  // denormal beside the other
+    EXPECT_EQ(std::fabs(u(1, 1) * v(1, 1)), 1);
+
+    ZbDMatrix<TypeParam> diagonal(2, 2);
     diagonal(0, 0) = 3;
     diagonal(1, 1) = -4;
-    ZbDVector<TypeParam> w;
     EXPECT_EQ(diagonal.SVD(u, w, diagonal), 1);  // in its own place
     EXPECT_EQ(std::max(w[0], w[1]), 4);
     EXPECT_EQ(std::min(w[0], w[1]), 3);

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <type_traits>
 
 namespace
 {
@@ -223,10 +224,31 @@ private:
     ZbProgressInterface* m_progress;
 };
 
+// The exponent of two by which doubles so large or small that their squares are not numbers, or 0, are scaled.
 template <typename T>
-double norm(const T* values, long n)
+int exponentOf(const T* values, long n)
 {
-    return std::sqrt(ZbDetail::dot<double>(values, values, n));
+    if constexpr (std::is_same_v<T, float>)
+        return 0;
+    T largest = 0;
+    for (long i = 0; i < n; ++i)
+        largest = std::max(largest, std::fabs(values[i]));
+    const bool isExtreme = largest < T(1e-100) || largest > T(1e100);
+    return isExtreme && largest > 0 && std::isfinite(largest) ? std::ilogb(largest) : 0;
+}
+
+// The length of the values, divided by 2^exponent.
+template <typename T>
+double norm(const T* values, long n, int exponent)
+{
+    if (exponent == 0)
+        return std::sqrt(ZbDetail::dot<double>(values, values, n));
+    double squares = 0;
+    for (long i = 0; i < n; ++i) {
+        const double value = std::scalbn(double(values[i]), -exponent);
+        squares += value * value;
+    }
+    return std::sqrt(squares);
 }
 
 // The solution for the right side b, which becomes it.
@@ -263,15 +285,17 @@ int ZbDMatrix<T>::solveLRdecomp(T** a, T** rhs, int numRhs, T& det, ZbProgressIn
         T* b = rhs[side];
         std::fill(x.get(), x.get() + n, T(0));
         std::copy(b, b + n, residual.get());
-        const double size = norm(b, n);
+        const int exponent = exponentOf(b, n);
+        const double size = norm(b, n, exponent);
         double residue = size;
-        for (int pass = 0; pass < 10 && residue > 1e-5 * size; ++pass) {
+        // The first pass is due for all but 0, so for what is not finite, too; that is not worth a second.
+        for (int pass = 0; pass < 10 && (pass == 0 ? size != 0 : residue > 1e-5 * size); ++pass) {
             std::copy(residual.get(), residual.get() + n, correction.get());
             substitute(a, exchanged.get(), correction.get(), n);
             ZbDetail::addMultiple(T(1), correction.get(), x.get(), n);
             for (int i = 0; i < n; ++i)
                 residual[i] = T(double(b[i]) - ZbDetail::dot<double>(row(i), x.get(), n));
-            residue = norm(residual.get(), n);
+            residue = norm(residual.get(), n, exponent);
         }
         if (size > 0 && residue / size > 0.0001)
             std::printf("Warning: norm(residuum) / norm(rhs) = %g \n", residue / size);

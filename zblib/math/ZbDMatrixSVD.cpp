@@ -30,6 +30,8 @@ public:
     {
         m_w.resize(m_columns);
         m_e.resize(m_columns);
+        m_columnDivisors.resize(m_columns);
+        m_rowDivisors.resize(m_columns);
         m_row.resize(m_columns);
         m_products.resize(m_rows);
     }
@@ -54,20 +56,17 @@ private:
     T* u(long column) { return m_u.row(int(column)); }
     T* v(long column) { return m_v.row(int(column)); }
 
-    // Makes x, of length n, the vector of the reflection that leaves only its first element, which is returned.
-    // h receives the factor 1 / h of the reflection x x^T / h. x is scaled meanwhile, so that its squares neither
-    // overflow nor vanish, and is scaled by size on return. A vector of zeros needs no reflection: size is 0.
-    static T reflection(T* x, long n, T& h, T& size)
+    // Makes x, of length n, the vector of the reflection 1 + x x^T / h that leaves only its first element, which is
+    // returned. x is scaled to the order of 1 and remains so, as is h then: what small rows and columns are multiplied
+    // with neither overflows nor vanishes. A vector of zeros needs no reflection: h is 0.
+    static T reflection(T* x, long n, T& h)
     {
-        size = 0;
+        h = 0;
+        T size = 0;
         for (long i = 0; i < n; ++i)
             size = std::max(size, std::fabs(x[i]));
-        if (!(size > 0) || !std::isfinite(size)) {
-            // Not finite: the steps later find no end, and say so.
-            const T rest = size;
-            size = 0;
-            return rest;
-        }
+        if (size == 0)
+            return 0;
         for (long i = 0; i < n; ++i)
             x[i] /= size;
         const T squares = dot<T>(x, x, n);
@@ -79,15 +78,14 @@ private:
 
     void bidiagonalize()
     {
-        T h = 0, size = 0;
         for (long i = 0; i < m_columns; ++i) {
             T* column = u(i) + i;
             const long below = m_rows - i;
-            m_w[i] = reflection(column, below, h, size);
-            if (size != 0) {
+            T& h = m_columnDivisors[i];
+            m_w[i] = reflection(column, below, h);
+            if (h != 0) {
                 for (long j = i + 1; j < m_columns; ++j)
                     addMultiple(dot<T>(column, u(j) + i, below) / h, column, u(j) + i, below);
-                scale(size, column, below);
             }
             if (i + 1 == m_columns)
                 break;
@@ -96,46 +94,43 @@ private:
             T* row = m_row.data();
             for (long j = 0; j < right; ++j)
                 row[j] = u(i + 1 + j)[i];
-            m_e[i + 1] = reflection(row, right, h, size);
-            if (size != 0) {
+            T& rowDivisor = m_rowDivisors[i + 1];
+            m_e[i + 1] = reflection(row, right, rowDivisor);
+            if (rowDivisor != 0) {
                 T* products = m_products.data();
                 const long count = m_rows - i - 1;
                 std::fill(products, products + count, T(0));
                 for (long j = 0; j < right; ++j)
                     addMultiple(row[j], u(i + 1 + j) + i + 1, products, count);
                 for (long j = 0; j < right; ++j) {
-                    addMultiple(row[j] / h, products, u(i + 1 + j) + i + 1, count);
-                    u(i + 1 + j)[i] = row[j] * size;
+                    addMultiple(row[j] / rowDivisor, products, u(i + 1 + j) + i + 1, count);
+                    u(i + 1 + j)[i] = row[j];
                 }
             }
         }
         if (m_columns > 0)
             m_e[0] = 0;
         m_norm = 0;
-        for (long i = 0; i < m_columns; ++i) {
-            const T sum = std::fabs(m_w[i]) + std::fabs(m_e[i]);
-            m_norm = m_norm < sum || std::isnan(sum) ? sum : m_norm;
-        }
+        for (long i = 0; i < m_columns; ++i)
+            m_norm = std::max(m_norm, std::fabs(m_w[i]) + std::fabs(m_e[i]));
     }
 
     // The product of the reflections of the rows, the last one first.
     void accumulateV()
     {
         for (long i = m_columns - 1; i >= 0; --i) {
-            const long first = i + 1, count = m_columns - first;
-            if (count > 0 && m_e[first] != 0) {
-                T* row = m_row.data();
-                for (long j = 0; j < count; ++j)
-                    row[j] = u(first + j)[i];
-                // Two divisions, because the product of the divisors may vanish.
-                for (long j = 0; j < count; ++j)
-                    v(i)[first + j] = row[j] / row[0] / m_e[first];
-                for (long j = first; j < m_columns; ++j)
-                    addMultiple(dot<T>(row, v(j) + first, count), v(i) + first, v(j) + first, count);
-            }
-            for (long j = first; j < m_columns; ++j)
-                v(i)[j] = v(j)[i] = 0;
+            // The matrix was all 0 before.
             v(i)[i] = 1;
+            const long first = i + 1, count = m_columns - first;
+            if (count == 0 || m_rowDivisors[first] == 0)
+                continue;
+            T* row = m_row.data();
+            for (long j = 0; j < count; ++j)
+                row[j] = u(first + j)[i];
+            for (long j = first; j < m_columns; ++j) {
+                const T factor = dot<T>(row, v(j) + first, count) / m_rowDivisors[first];
+                addMultiple(factor, row, v(j) + first, count);
+            }
         }
     }
 
@@ -146,17 +141,15 @@ private:
             T* column = u(i);
             for (long j = i + 1; j < m_columns; ++j)
                 u(j)[i] = 0;
-            if (m_w[i] != 0) {
-                const T reciprocal = 1 / m_w[i];
+            const T h = m_columnDivisors[i];
+            if (h != 0) {
                 for (long j = i + 1; j < m_columns; ++j) {
                     const T sum = dot<T>(column + i + 1, u(j) + i + 1, m_rows - i - 1);
-                    addMultiple(sum / column[i] * reciprocal, column + i, u(j) + i, m_rows - i);
+                    addMultiple(sum / h, column + i, u(j) + i, m_rows - i);
                 }
-                scale(reciprocal, column + i, m_rows - i);
-            } else {
-                std::fill(column + i, column + m_rows, T(0));
+                scale(column[i] / h, column + i, m_rows - i);
             }
-            column[i] += 1;
+            column[i] += 1;  // a column without a reflection is 0
         }
     }
 
@@ -176,15 +169,14 @@ private:
             }
             if (mustCancel)
                 cancel(first, k);
-            if (first == k && std::isfinite(m_norm)) {
+            if (first == k) {
                 if (m_w[k] < 0) {
                     m_w[k] = -m_w[k];
                     scale(T(-1), v(k), m_columns);
                 }
                 return true;
             }
-            if (iteration >= maxIterations || !std::isfinite(m_norm)) {
-                std::printf("no convergence in %d svd iterations \n", maxIterations);
+            if (iteration >= maxIterations) {
                 return false;
             }
             step(first, k);
@@ -225,8 +217,10 @@ private:
             T y = m_w[j + 1];
             T length = std::hypot(f, corner2);
             m_e[j] = length;
-            c = f / length;
-            s = corner2 / length;
+            if (length != 0) {  // else any rotation does
+                c = f / length;
+                s = corner2 / length;
+            }
             f = x * c + side * s;
             const T rest = side * c - x * s;
             const T below = y * s;
@@ -234,7 +228,7 @@ private:
             rotate(c, s, v(j), v(j + 1), m_columns);
             length = std::hypot(f, below);
             m_w[j] = length;
-            if (length != 0) {  // else any rotation does
+            if (length != 0) {
                 c = f / length;
                 s = below / length;
             }
@@ -251,11 +245,12 @@ private:
     long m_rows;
     long m_columns;
     ZbDMatrix<T> m_v;
-    ZbDVector<T> m_w;         // the diagonal
-    ZbDVector<T> m_e;         // m_e[i] lies above m_w[i]; m_e[0] is 0
-    ZbDVector<T> m_row;       // m_columns for the reflection of a row
-    ZbDVector<T> m_products;  // m_rows
-    T m_norm = 0;             // what is negligible is so beside this
+    ZbDVector<T> m_w;                              // the diagonal
+    ZbDVector<T> m_e;                              // m_e[i] lies above m_w[i]; m_e[0] is 0
+    ZbDVector<T> m_columnDivisors, m_rowDivisors;  // h of the reflection that made m_w[i], m_e[i]
+    ZbDVector<T> m_row;                            // m_columns for the reflection of a row
+    ZbDVector<T> m_products;                       // m_rows
+    T m_norm = 0;                                  // what is negligible is so beside this
 };
 
 }  // namespace
@@ -266,16 +261,21 @@ int ZbDMatrix<T>::SVD(ZbDMatrix& U, ZbDVector<T>& w, ZbDMatrix& V, int maxIterat
     const bool isWide = m_numCols > m_numRows;
     // Of a wide matrix the columns of the transposed one are its rows, which are there already.
     ZbDMatrix columns = isWide ? *this : transpose();
-    // Scaled by a power of two, which is exact, so that no product overflows or vanishes.
     T largest = 0;
-    for (const T value : columns.m_elements)
+    bool isFinite = true;
+    for (const T value : columns.m_elements) {
+        isFinite &= std::isfinite(value);
         largest = std::max(largest, std::fabs(value));
-    const int exponent = largest > 0 && std::isfinite(largest) ? std::ilogb(largest) : 0;
+    }
+    // Scaled by a power of two, which is exact, so that no product overflows or vanishes.
+    const int exponent = largest > 0 && isFinite ? std::ilogb(largest) : 0;
     for (T& value : columns.m_elements)
         value = std::scalbn(value, -exponent);
     Decomposition<T> parts(std::move(columns));
-    if (!parts.run(maxIterations))
+    if (!isFinite || !parts.run(maxIterations)) {
+        std::printf("no convergence in %d svd iterations \n", maxIterations);
         return 0;
+    }
     w = parts.w();
     for (T& value : w)
         value = std::scalbn(value, exponent);
