@@ -265,6 +265,12 @@ TEST(ZbMat3_EigenAnalysis, findsTheFirstLargestElement)
     EXPECT_EQ(maxElement(z, 0), std::pair(1, 2));
     EXPECT_EQ(ZbMat3_EigenAnalysis::val2(z[0][0]), 25);
     EXPECT_EQ(ZbMat3_EigenAnalysis::sqr(-3), 9);
+    // (0 0 i / 0 3 0 / i 0 0) has the vector (1, 0, 1) for i, and (1, 0, -1) for -i.
+    const std::complex<double> i(0, 1), symmetric[3][3] = {{0, 0, i}, {0, 3, 0}, {i, 0, 0}};
+    std::complex<double> v[3];
+    ZbMat3_EigenAnalysis::computeEV(symmetric, -i, v);
+    EXPECT_EQ(v[0] / v[2], -1.0);
+    EXPECT_EQ(v[1], 0.0);
     EXPECT_EQ(ZbMat3_EigenAnalysis::cube(-3), -27);
 }
 

@@ -115,6 +115,8 @@ TEST(ZbStatistics, studentDistributionAgreesWithTables)
 TEST(ZbStatistics, tTestPoolsVariancesAndTakesLargeSamples)
 {
     EXPECT_EQ(ZbStatistics::tTest(5, 2, 1, 7, 2, 3), 1);
+    EXPECT_EQ(ZbStatistics::tTest(5, 2, 0, 7, 2, 0), 1);
+    EXPECT_EQ(ZbStatistics::tTest(5, 2, 0, 7, 3, 0), 0);
     // t = 2 / sqrt((9 * 1 + 9 * 4) / 18) * sqrt(5) = 2.8284 with 18 degrees of freedom.
     EXPECT_NEAR(ZbStatistics::tTest(10, 3, 1, 10, 1, 2), 0.01113, 2e-5);
     const float large =

@@ -46,7 +46,7 @@ constexpr T val2(const std::complex<T>& x) noexcept
 }
 
 /// The characteristic polynomial l^3 + a l^2 + b l + c of m.
-template <std::floating_point T>
+template <typename T>
 constexpr void charPolynom3(const T (&m)[3][3], T& a, T& b, T& c) noexcept
 {
     const T minor0 = m[1][1] * m[2][2] - m[1][2] * m[2][1];
@@ -131,9 +131,10 @@ constexpr void swapColumns(T (&m)[3][3], int i, int j) noexcept
 
 /// A vector v that belongs to the eigenvalue lambda of m. One of its elements is 1; it is not normalised.
 ///
+/// Of a real matrix lambda and v may be complex; of a complex one they are.
 /// Infinite or not a number where m - lambda has a rank below 2, such as for a multiple of the unit matrix.
-template <std::floating_point T, typename Value>
-void computeEV(const T (&m)[3][3], const Value& lambda, Value (&v)[3]) noexcept
+template <typename T, typename Value>
+constexpr void computeEV(const T (&m)[3][3], const Value& lambda, Value (&v)[3]) noexcept
 {
     Value a[3][3];
     for (int i = 0; i < 3; ++i) {

@@ -119,13 +119,15 @@ public:
         return {l0, l1, 1 - l0 - l1};
     }
 
-    /// Whether this point lies in the triangle or on its border: none of its barycentric coordinates is
-    /// negative, where l2 closer to 0 than eps counts as 0, like the others. False where there is no area.
+    /// Whether this point lies in the triangle or on its border: none of its barycentric coordinates is negative.
+    ///
+    /// l0 and l1 are snapped first, l2 is what they leave, so that eps widens only two of the three sides. False where
+    /// there is no area.
     constexpr bool isInTriangle(const ZbVec2& a, const ZbVec2& b, const ZbVec2& c,
                                 T eps) const noexcept requires std::floating_point<T>
     {
         const ZbVec3<T> l = computeBarycentric(a, b, c, eps);
-        return l.x >= 0 && l.y >= 0 && (l.z >= 0 || ZbDetail::absolute(l.z) < eps);
+        return l.x >= 0 && l.y >= 0 && l.z >= 0;
     }
 
 private:

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <concepts>
+#include <limits>
 #include <numbers>
 #include <type_traits>
 
@@ -25,9 +26,14 @@ inline constexpr bool isPacked =
     sizeof(Value) == count * sizeof(T) &&
     alignof(Value) == alignof(T) && std::is_trivially_copyable_v<Value>&& std::is_standard_layout_v<Value>;
 
+// The smallest integer, whose negative does not exist, becomes the largest.
 template <typename T>
 constexpr T absolute(T value) noexcept
 {
+    if constexpr (std::is_integral_v<T>) {
+        if (value == std::numeric_limits<T>::min())
+            return std::numeric_limits<T>::max();
+    }
     return value < 0 ? -value : value;
 }
 
@@ -161,11 +167,11 @@ public:
     constexpr ZbVec3 getClosestAxis() const noexcept
     {
         ZbVec3 closest(1, 0, 0);
-        T best = -1;
+        Real best = -1;
         for (int axis = 0; axis < 3; ++axis) {
             for (const T sign : {T(1), T(-1)}) {
                 // The product with a unit axis is the element itself, with the axis' sign.
-                const T product = sign * (*this)[axis];
+                const Real product = Real(sign) * Real((*this)[axis]);
                 if (product > best) {
                     best = product;
                     closest = ZbVec3(0, 0, 0);

@@ -210,6 +210,9 @@ float ZbStatistics::integratedStudentDistribution(float t, int degreesOfFreedom)
 
 float ZbStatistics::tTest(int sizeA, float meanA, float deviationA, int sizeB, float meanB, float deviationB)
 {
+    // Without a difference there is none to be significant, whatever the deviations are.
+    if (meanA == meanB)
+        return 1;
     // In double from here: the product of the sizes does not fit an int, and roots and quotients follow.
     const double nA = sizeA;
     const double nB = sizeB;

@@ -56,7 +56,7 @@ public:
     /// The probability that |t| of a Student distribution with the given degrees of freedom is below |t|.
     ZB_API static float integratedStudentDistribution(float t, int degreesOfFreedom);
     /// Student's t test of two samples with pooled variance: the two-sided significance of the difference of
-    /// means.
+    /// means, which is 1 for equal means.
     ZB_API static float tTest(int sizeA, float meanA, float deviationA, int sizeB, float meanB,
                               float deviationB);
 };
