@@ -292,7 +292,7 @@ const char* ZbString::vprintf(const char* format, va_list arguments)
 }
 
 // Replaces the text by the formatted one and returns 0. Where that is too long for the stack, or is expected to be,
-// since the string has been long before, returns the bytes to try with.
+// since the one before is, returns the bytes to try with.
 //
 // Inlined on purpose: the calls would cost more than all else that is added to vsnprintf.
 [[gnu::always_inline]] inline long ZbString::formatShort(const char* format, va_list arguments)
@@ -300,22 +300,22 @@ const char* ZbString::vprintf(const char* format, va_list arguments)
     // Formats elsewhere: format and arguments may be this string's own characters.
     char buffer[1024];
     ZbDArray<char>& chars = this->chars();
-    if (chars.capacity() > long(sizeof(buffer)))
+    if (chars.size() > long(sizeof(buffer)))
         return chars.capacity();
     const long length = std::vsnprintf(buffer, sizeof(buffer), format, arguments);
     if (length >= long(sizeof(buffer)))
-        return length + 1;
+        return std::max(length + 1, chars.capacity());
     if (chars.size() < 2)
         chars.remax(formatCapacity);
     write(0, buffer, std::max(length, 0L));
     return 0;
 }
 
-// Formats into new memory of at least room bytes, which becomes that of the string.
+// Formats into new memory of room bytes, or of more where the text needs them, which becomes that of the string.
 void ZbString::formatLong(long room, const char* format, va_list arguments)
 {
     ZbDArray<char> formatted;
-    formatted.remax(std::max(room, chars().size() + chars().size() / 2));
+    formatted.remax(room);
     va_list copy;
     va_copy(copy, arguments);
     const long length = std::vsnprintf(formatted.data(), std::size_t(formatted.capacity()), format, copy);

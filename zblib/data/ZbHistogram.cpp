@@ -38,13 +38,11 @@ ZbHistogram::ZbHistogram(float min, float max, const ZbDArray<unsigned long long
 
 void ZbHistogram::init(double min, double max, int numBins)
 {
-    m_numBins = 0;
     m_counts.resize(std::max(numBins, 1));
     m_counts.fill(0);
-    m_numBins = int(m_counts.size());
     m_min = min;
     m_max = min >= max ? min + 1.0 : max;
-    m_binWidth = (m_max - m_min) / m_numBins;
+    m_binWidth = (m_max - m_min) / getNumBins();
     m_overallCount = 0;
     m_meanBin = m_medianBin = m_varianceBin = Cached();
 }
@@ -101,7 +99,7 @@ int ZbHistogram::getMaxCountBin() const
 
 unsigned long long ZbHistogram::getMaxCount() const
 {
-    return m_numBins > 0 ? getCount(getMaxCountBin()) : 0;
+    return getNumBins() > 0 ? getCount(getMaxCountBin()) : 0;
 }
 
 template <typename Compute>
@@ -116,7 +114,7 @@ double ZbHistogram::getMeanBin() const
 {
     return cached(m_meanBin, [this] {
         double sum = 0;
-        for (int bin = 0; bin < m_numBins; ++bin)
+        for (int bin = 0; bin < getNumBins(); ++bin)
             sum += double(m_counts[bin]) * bin;
         return sum / double(m_overallCount);
     });
@@ -128,7 +126,7 @@ double ZbHistogram::getMedianBin() const
         double sum = 0;
         int bin = 0;
         // Without values the sum is NaN after one bin, which ends the loop.
-        while (bin < m_numBins && sum < 0.5)
+        while (bin < getNumBins() && sum < 0.5)
             sum += getProbability(bin++);
         return double(bin);
     });
@@ -138,7 +136,7 @@ double ZbHistogram::getVarianceBin() const
 {
     return cached(m_varianceBin, [this] {
         double sum = 0;
-        for (int bin = 0; bin < m_numBins; ++bin)
+        for (int bin = 0; bin < getNumBins(); ++bin)
             sum += double(m_counts[bin]) * bin * bin;
         const double mean = getMeanBin();
         return sum / double(m_overallCount) - mean * mean;
@@ -159,7 +157,7 @@ double ZbHistogram::getMomentBin(double p) const
 {
     const double mean = getMeanBin();
     double sum = 0;
-    for (int bin = 0; bin < m_numBins; ++bin)
+    for (int bin = 0; bin < getNumBins(); ++bin)
         if (m_counts[bin] != 0)
             sum += double(m_counts[bin]) * std::pow(bin - mean, p);
     return sum / double(m_overallCount);
@@ -173,7 +171,7 @@ double ZbHistogram::getMoment(double p) const
 double ZbHistogram::getShannonEntropy() const
 {
     double entropy = 0;
-    for (int bin = 0; bin < m_numBins; ++bin)
+    for (int bin = 0; bin < getNumBins(); ++bin)
         if (m_counts[bin] != 0)
             entropy -= getProbability(bin) * std::log(getProbability(bin));
     return entropy;
@@ -188,7 +186,7 @@ double ZbHistogram::getRenyiEntropy(double alpha) const
     if (alpha == std::numeric_limits<double>::infinity())
         return -std::log(double(getMaxCount()) / double(m_overallCount));
     double sum = 0;
-    for (int bin = 0; bin < m_numBins; ++bin)
+    for (int bin = 0; bin < getNumBins(); ++bin)
         if (m_counts[bin] != 0)
             sum += std::pow(getProbability(bin), alpha);
     return std::log(sum) / (1 - alpha);
@@ -196,7 +194,7 @@ double ZbHistogram::getRenyiEntropy(double alpha) const
 
 void ZbHistogram::getRange(float& low, float& high, float lowFraction, float highFraction) const
 {
-    if (m_numBins == 0 || (lowFraction == 0 && highFraction == 1)) {
+    if (getNumBins() == 0 || (lowFraction == 0 && highFraction == 1)) {
         low = float(m_min);
         high = float(m_max);
         return;
@@ -207,7 +205,7 @@ void ZbHistogram::getRange(float& low, float& high, float lowFraction, float hig
 
     // The lowest bin with at least highCount values in the bins below it, one too few of which are below the
     // next lower bin; the last bin where the values of the others do not reach.
-    int highBin = m_numBins - 1;
+    int highBin = getNumBins() - 1;
     long long below = (long long)(m_overallCount)-count(highBin);
     if (highCount <= below) {
         while (highBin - 1 >= 0) {
@@ -221,23 +219,23 @@ void ZbHistogram::getRange(float& low, float& high, float lowFraction, float hig
     int lowBin = 0;
     long long sum = count(0);
     if (lowCount >= sum) {
-        while (lowBin + 1 < m_numBins) {
+        while (lowBin + 1 < getNumBins()) {
             sum += count(lowBin + 1);
             if (lowCount < sum)
                 break;
             ++lowBin;
         }
     }
-    const double width = std::abs(m_max - m_min) / m_numBins;
+    const double width = std::abs(m_max - m_min) / getNumBins();
     low = float(m_min + lowBin * width);
     high = float(m_min + highBin * width);
 }
 
 void ZbHistogram::merge(const ZbHistogram& other)
 {
-    if (m_numBins != other.m_numBins)
+    if (getNumBins() != other.getNumBins())
         return;
-    for (int bin = 0; bin < m_numBins; ++bin)
+    for (int bin = 0; bin < getNumBins(); ++bin)
         m_counts[bin] += other.m_counts[bin];
     m_overallCount += other.m_overallCount;
 }
@@ -245,7 +243,7 @@ void ZbHistogram::merge(const ZbHistogram& other)
 ZbHistogram ZbHistogram::resampled(int numBins) const
 {
     ZbHistogram result(m_min, m_max, numBins);
-    for (int bin = 0; bin < m_numBins; ++bin)
+    for (int bin = 0; bin < getNumBins(); ++bin)
         result.addCount(result.binOf(getValue(bin)), m_counts[bin]);
     return result;
 }

@@ -62,7 +62,7 @@ public:
     template <std::integral T>
     void addValues(const T* values, unsigned long count);
 
-    int getNumBins() const noexcept { return m_numBins; }
+    int getNumBins() const noexcept { return int(m_counts.size()); }
     /// bin is in [0, getNumBins()); not checked.
     unsigned long long getCount(int bin) const { return m_counts[bin]; }
     unsigned long long operator[](int bin) const { return m_counts[bin]; }
@@ -130,11 +130,11 @@ private:
         // Divided, not multiplied by a reciprocal, which would put some values that lie on an edge beside it. The
         // comparisons send a quotient that is NaN (infinite over infinite) to bin 0.
         const double bin = (value - m_min) / m_binWidth;
-        return bin > 0 ? bin < double(m_numBins - 1) ? int(bin) : m_numBins - 1 : 0;
+        return bin > 0 ? bin < double(getNumBins() - 1) ? int(bin) : getNumBins() - 1 : 0;
     }
     void addCount(int bin, unsigned long long count)
     {
-        if (m_numBins > 0) {
+        if (getNumBins() > 0) {
             m_counts[bin] += count;
             m_overallCount += count;
         }
@@ -145,7 +145,6 @@ private:
     double m_min = 0;
     double m_max = 1;
     double m_binWidth = 1;
-    int m_numBins = 0;  // the size of m_counts
     mutable Cached m_meanBin;
     mutable Cached m_medianBin;
     mutable Cached m_varianceBin;

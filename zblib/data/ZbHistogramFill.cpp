@@ -428,7 +428,7 @@ void ZbDetail::HistogramFill::addByTally(Tally tally, const T* data, unsigned lo
 template <typename T>
 void ZbDetail::HistogramFill::add(const T* data, unsigned long count, long stride)
 {
-    const long numBins = m_target.m_numBins;
+    const long numBins = m_target.getNumBins();
     if (numBins == 0)
         return;
     // A tally is worth its tables when there are several values for each entry.
