@@ -14,7 +14,8 @@ usage: ./build.sh COMMAND
   asan | tsan      the tests under AddressSanitizer and UndefinedBehaviorSanitizer | ThreadSanitizer
   headers [PRESET] compile every public header alone
   tidy             clang-tidy and clang-format over the sources
-  bench [FILTER]   build the benchmarks, and those against other libraries that are installed, and run them
+  bench [FILTER]   build the benchmarks, and those against other libraries that are installed, run them, and print
+                   one table; bench/report.py compares two folders of results
   setup optional   install what only some builds use: Coin, Google Benchmark, curl
   setup peers      install the libraries that the benchmarks compare with (large)
   install PREFIX   build and install below PREFIX
@@ -104,14 +105,21 @@ tidy)
     git ls-files 'zblib/*.cpp' 'tools/*.cpp' | xargs -P "$(nproc)" -n 1 clang-tidy --quiet -p build/ci-clang
     ;;
 bench)
-    ensure "${build_packages[@]}" libbenchmark-dev
+    ensure "${build_packages[@]}" libbenchmark-dev python3
     configure bench
     build bench
+    results=build/bench/results
+    rm -rf "$results"
+    mkdir -p "$results"
     for program in build/bench/bench/*/bench_*; do
         if [ ! -f "$program" ] || [ ! -x "$program" ]; then continue; fi
         say "== ${program##*/}"
-        "$program" ${1:+--benchmark_filter="$1"}
+        # The least time of several runs, in an order that spreads what else goes on in the machine.
+        "$program" --benchmark_min_time=0.1 --benchmark_repetitions=3 --benchmark_enable_random_interleaving=true \
+            --benchmark_out="$results/${program##*/}.json" --benchmark_out_format=json ${1:+--benchmark_filter="$1"} >&2
+        [ -s "$results/${program##*/}.json" ] || rm -f "$results/${program##*/}.json"
     done
+    bench/report.py table "$results"
     ;;
 setup)
     case ${1:-} in
