@@ -19,6 +19,7 @@ usage: ./build.sh COMMAND
   setup optional   install what only some builds use: Coin, Google Benchmark, curl
   setup peers      install the libraries that the benchmarks compare with (large)
   install PREFIX   build and install below PREFIX
+  package          build the Debian packages libzblib1, libzblib-dev and zbvolume, in build/package/packages
 
 The first run installs missing Debian or Ubuntu packages; later runs install nothing.
 TEXT
@@ -136,6 +137,14 @@ install)
     build_product
     cd "$called_from"
     cmake --install "$root/build/release" --prefix "$1"
+    ;;
+package)
+    ensure "${build_packages[@]}" dpkg-dev file
+    configure package
+    build package >&2
+    (cd build/package && rm -rf packages && cpack >cpack.log) || { say "$(cat build/package/cpack.log)"; exit 1; }
+    rm -rf build/package/packages/_CPack_Packages
+    ls "$root"/build/package/packages/*.deb
     ;;
 -h | --help | help) usage ;;
 *)

@@ -17,7 +17,8 @@ if(NOT failed)
         string(SUBSTRING ${head} 0 40 revision)
         execute_process(COMMAND ${git} describe --tags --exact-match OUTPUT_VARIABLE described
             OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
-        if(described)
+        # A tag may be called "0" or "no", which if(described) takes for false.
+        if(NOT described STREQUAL "")
             set(tag ${described})
         endif()
     endif()

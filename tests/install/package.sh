@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that `./build.sh package` made into a new root with nothing but the essential packages of
+# this machine's release, runs zbvolume there, builds and runs a program against libzblib-dev, and removes them again.
+# Needs root, mmdebstrap and this machine's package sources. Usage: tests/install/package.sh [FOLDER OF PACKAGES]
+set -euo pipefail
+source_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+packages=${1:-$source_dir/build/package/packages}
+# shellcheck source=/dev/null
+release=$(. /etc/os-release && echo "$VERSION_CODENAME")
+
+work=$(mktemp -d)
+root=$work/root
+trap 'rm -rf "$work"' EXIT
+fail() { printf 'FAILED: %s\n' "$*" >&2; exit 1; }
+say() { printf '== %s\n' "$*"; }
+# The environment of the caller stays outside.
+inside() {
+    chroot "$root" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 HOME=/root \
+        DEBIAN_FRONTEND=noninteractive "$@"
+}
+# Words are split and patterns expanded inside.
+install_inside() {
+    inside sh -c "apt-get install -y -qq --no-install-recommends $*" >"$work/log" 2>&1 || fail "$(cat "$work/log")"
+}
+
+say "a root of $release with the essential packages and apt"
+sources=()
+for file in /etc/apt/sources.list.d/debian.sources /etc/apt/sources.list.d/ubuntu.sources /etc/apt/sources.list; do
+    [ ! -s "$file" ] || { sources=("$file"); break; }
+done
+mmdebstrap --quiet --mode=root --skip=cleanup/apt/lists --variant=apt "$release" "$root" "${sources[@]}"
+mkdir "$root/packages"
+cp "$packages"/*.deb "$root/packages"
+[ "$(ls "$root/packages" | wc -l)" -eq 3 ] || fail "expected three packages in $packages"
+
+say "zbvolume"
+install_inside "/packages/libzblib1_*.deb /packages/zbvolume_*.deb"
+inside zbvolume demo /tmp/demo >"$work/demo" || fail "zbvolume demo: $(cat "$work/demo")"
+grep -q '^objects: 40$' "$work/demo" || fail "zbvolume demo found other objects: $(cat "$work/demo")"
+[ ! -e "$root/usr/include/zblib" ] || fail "headers came with the tool"
+inside dpkg --verify libzblib1 zbvolume
+
+say "libzblib-dev, with g++ and pkg-config"
+install_inside "/packages/libzblib-dev_*.deb g++ pkg-config"
+cp "$source_dir/examples/CountObjects.cpp" "$root/tmp"
+inside sh -c 'cd /tmp && g++ -std=c++20 CountObjects.cpp -o CountObjects $(pkg-config --cflags --libs zblib) && ./CountObjects' \
+    >"$work/count" || fail "the program of the README: $(cat "$work/count")"
+grep -qx 'objects: 2' "$work/count" || fail "the program of the README printed: $(cat "$work/count")"
+
+say "removed again"
+inside apt-get purge -y -qq zbvolume libzblib-dev libzblib1 >"$work/log" 2>&1 || fail "$(cat "$work/log")"
+left=$(find "$root/usr" "$root/etc" "$root/var/lib/dpkg/info" -iname '*zblib*' -o -iname '*zbvolume*')
+[ -z "$left" ] || fail "files stay behind: $left"
+say "passed"
