@@ -51,7 +51,7 @@ ensure() {
 }
 
 build_packages=(g++ cmake ninja-build pkg-config qt6-base-dev libgl-dev libcli11-dev libnifti2-dev
-    libniftiio-dev zlib1g-dev)
+    libniftiio-dev libtbb-dev zlib1g-dev)
 test_packages=(libgtest-dev libgmock-dev)
 
 # configure PRESET [CMAKE OPTION...]: quiet unless it fails. ZBLIB_CMAKE_OPTIONS adds options to every configuration.

@@ -217,17 +217,6 @@ private:
 
 }  // namespace
 
-GridSize::GridSize(const int* dims) noexcept : nx(dims[0]), ny(dims[1]), nz(dims[2])
-{
-    long slice = 0;
-    long all = 0;
-    const bool isEmpty = nx <= 0 || ny <= 0 || nz <= 0;
-    if (!isEmpty)
-        isPossible = !__builtin_mul_overflow(nx, ny, &slice) && !__builtin_mul_overflow(slice, nz, &all);
-    if (isEmpty || !isPossible)
-        nx = ny = nz = 0;
-}
-
 bool isLabelType(ZbPrimType type)
 {
     return visitLabelType(type, [](auto) {});

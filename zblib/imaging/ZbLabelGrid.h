@@ -5,6 +5,7 @@
 // The labellers work on bits and indices. Only what is here is compiled for each of the element types, so
 // that there are seven and seven bodies and not one for each of 49 pairs.
 
+#include <zblib/imaging/ZbGridSize.h>
 #include <zblib/imaging/ZbRowBits.h>
 #include <zblib/types/ZbTypedPointer.h>
 
@@ -12,18 +13,6 @@
 
 namespace ZbDetail
 {
-
-/// The sizes of a grid. Row y of slice z has the number y + ny * z.
-struct GridSize {
-    explicit GridSize(const int* dims) noexcept;
-
-    long numRows() const noexcept { return ny * nz; }
-    long numVoxels() const noexcept { return nx * ny * nz; }
-
-    long nx, ny, nz;  // all positive, or all 0 for an empty grid
-    // False if the number of voxels is no long: then there is no such grid, and the sizes are 0.
-    bool isPossible = true;
-};
 
 /// Whether type is one of those of ZbLabelType.
 bool isLabelType(ZbPrimType type);
