@@ -155,11 +155,12 @@ using HashOf = std::conditional_t<std::is_same_v<Key, const char*>, TextHash, st
 template <typename Key>
 using EqualOf = std::conditional_t<std::is_same_v<Key, const char*>, TextEqual, std::equal_to<Key>>;
 
-template <typename KeyType>
-class StdTable
+// Any table with the interface of the standard's.
+template <typename Map>
+class MapTable
 {
 public:
-    using Key = KeyType;
+    using Key = typename Map::key_type;
 
     void insert(Key key, int value) { m_table.insert_or_assign(key, value); }
     const int* find(Key key) const
@@ -169,7 +170,10 @@ public:
     }
 
 private:
-    std::unordered_map<Key, int, HashOf<Key>, EqualOf<Key>> m_table;
+    Map m_table;
 };
+
+template <typename Key>
+using StdTable = MapTable<std::unordered_map<Key, int, HashOf<Key>, EqualOf<Key>>>;
 
 }  // namespace ZbBench

@@ -6,23 +6,10 @@ namespace
 {
 
 // Open addressing: entries move when the table grows, so it owes its users less.
-template <typename KeyType>
-class AbslTable
-{
-public:
-    using Key = KeyType;
-
-    void insert(Key key, int value) { m_table.insert_or_assign(key, value); }
-    const int* find(Key key) const
-    {
-        const auto found = m_table.find(key);
-        return found == m_table.end() ? nullptr : &found->second;
-    }
-
-private:
-    using Hash = std::conditional_t<std::is_same_v<Key, const char*>, ZbBench::TextHash, absl::Hash<Key>>;
-    absl::flat_hash_map<Key, int, Hash, ZbBench::EqualOf<Key>> m_table;
-};
+template <typename Key>
+using AbslHash = std::conditional_t<std::is_same_v<Key, const char*>, ZbBench::TextHash, absl::Hash<Key>>;
+template <typename Key>
+using AbslTable = ZbBench::MapTable<absl::flat_hash_map<Key, int, AbslHash<Key>, ZbBench::EqualOf<Key>>>;
 
 }  // namespace
 
