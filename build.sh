@@ -12,6 +12,7 @@ usage: ./build.sh COMMAND
   demo [FOLDER]    build zbvolume and run its demonstration; pictures go to FOLDER (zbvolume-demo)
   test [PRESET]    build everything and run all tests (preset release)
   asan | tsan      the tests under AddressSanitizer and UndefinedBehaviorSanitizer | ThreadSanitizer
+  coverage         the tests with counts of lines and branches; a report in build/coverage/report
   headers [PRESET] compile every public header alone
   tidy             clang-tidy and clang-format over the sources
   bench [FILTER]   build the benchmarks, and those against other libraries that are installed, run them, and print
@@ -94,6 +95,17 @@ demo)
     ;;
 test) run_tests "${1:-release}" ;;
 asan | tsan) run_tests "$command" ;;
+coverage)
+    ensure gcovr
+    find build/coverage -name '*.gcda' -delete 2>/dev/null || true
+    # What gcov adds allocates, writes files and complains where they are full: tests that look for that fail.
+    run_tests coverage || say "Whether the tests pass is for ./build.sh test to say."
+    mkdir -p build/coverage/report
+    gcovr --root . --object-directory build/coverage --filter 'zblib/' --filter 'tools/' --exclude-throw-branches \
+        --exclude-unreachable-branches --gcov-ignore-parse-errors --html-details \
+        build/coverage/report/index.html --print-summary
+    say "line by line: build/coverage/report/index.html"
+    ;;
 headers)
     ensure "${build_packages[@]}" "${test_packages[@]}"
     configure "${1:-release}"

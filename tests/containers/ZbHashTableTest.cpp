@@ -247,6 +247,9 @@ TEST(ZbHashTable, assignmentKeepsTheBucketsAndSurvivesItself)
     }
     EXPECT_EQ(source[2], "source");  // still usable
     EXPECT_EQ(source.size(), 1);
+    source = std::move(large);
+    EXPECT_EQ(source.size(), 21);
+    EXPECT_EQ(source[7], "187");
 }
 
 TEST(ZbHashTable, assignsFromOneOfItsValues)

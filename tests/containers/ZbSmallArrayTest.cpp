@@ -29,6 +29,10 @@ TEST(ZbSmallArray, agreesWithStdVectorAcrossTheInlineSize)
                 array.clear();
                 array = copy;
                 swap(array, copy);
+                ZbSmallArray<Tracked, 3> taken(std::move(array));
+                std::ranges::reverse(taken);
+                std::ranges::reverse(taken);
+                array = std::move(taken);
             } else {
                 const Tracked item = array.isEmpty() ? Tracked(step) : array[0];
                 array.append(array.isEmpty() ? item : array[0]);
