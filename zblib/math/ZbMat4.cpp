@@ -5,6 +5,7 @@
 #include <zblib/math/ZbMat3.h>
 #include <zblib/math/ZbRot.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -24,19 +25,30 @@ void ZbMat4<T>::LUBackSubstitution(const int index[4], T b[4]) const noexcept
     ZbDetail::luSolve(m_rows, index, b);
 }
 
+namespace
+{
+
+template <typename T>
+bool hasAffineColumn(const ZbMat4<T>& m) noexcept
+{
+    return m[0][3] == 0 && m[1][3] == 0 && m[2][3] == 0 && m[3][3] == 1;
+}
+
+}  // namespace
+
 template <typename T>
 bool ZbMat4<T>::affine_inverse(const ZbMat4& in, ZbMat4& out) noexcept
 {
-    if (in[0][3] != 0 || in[1][3] != 0 || in[2][3] != 0 || in[3][3] != 1)
+    if (!hasAffineColumn(in))
         return false;
 
     const auto product = [&in](int j0, int j1, int j2) { return double(in[0][j0]) * in[1][j1] * in[2][j2]; };
     double positive = 0, negative = 0;
     for (const double term : {product(0, 1, 2), product(1, 2, 0), product(2, 0, 1), -product(2, 1, 0),
                               -product(1, 0, 2), -product(0, 2, 1)}) {
-        // Without a branch, because nobody can predict it.
-        positive += term >= 0 ? term : 0;
-        negative += term >= 0 ? 0 : term;
+        // The machine's maximum and minimum, because nobody can predict a branch here.
+        positive += term > 0 ? term : 0;
+        negative += 0 < term ? 0 : term;
     }
     const double det = positive + negative;
     if (positive - negative == 0 || std::fabs(det / (positive - negative)) < 1e-15)
@@ -46,9 +58,17 @@ bool ZbMat4<T>::affine_inverse(const ZbMat4& in, ZbMat4& out) noexcept
                           in[2][2]);
     const ZbVec3<T> t(in[3]);
     const ZbMat3<T> adjugate = block.inverse(1);
+    using Pair [[gnu::vector_size(2 * sizeof(double))]] = double;
+    T quotients[9];
+    for (int i = 0; i < 8; i += 2) {
+        const Pair quotient =
+            Pair{double(adjugate[i / 3][i % 3]), double(adjugate[(i + 1) / 3][(i + 1) % 3])} / det;
+        quotients[i] = T(quotient[0]);
+        quotients[i + 1] = T(quotient[1]);
+    }
+    quotients[8] = T(adjugate[2][2] / det);
     for (int i = 0; i < 3; ++i) {
-        for (int j = 0; j < 3; ++j)
-            out[i][j] = T(adjugate[i][j] / det);
+        std::copy(quotients + 3 * i, quotients + 3 * i + 3, out[i]);
         out[i][3] = 0;
     }
     for (int j = 0; j < 3; ++j)
@@ -61,16 +81,19 @@ namespace
 {
 
 // LUDecomposition and LUBackSubstitution for the four unit vectors, each of which is a column of b: the same products
-// and sums, a row at once. The solution needs no transposition so. False at a pivot of 0.
+// and sums, a row at once. The solution needs no transposition so. Without loops all indices are constants, and
+// the rows stay in registers. False at a pivot of 0.
 template <typename T>
 bool invertByFactors(const ZbMat4<T>& m, ZbMat4<T>& inverse) noexcept
 {
     using Row [[gnu::vector_size(4 * sizeof(T))]] = T;
     Row a[4], b[4] = {Row{1, 0, 0, 0}, Row{0, 1, 0, 0}, Row{0, 0, 1, 0}, Row{0, 0, 0, 1}};
     std::memcpy(a, m[0], sizeof a);
+#pragma GCC unroll 4
     for (int k = 0; k < 4; ++k) {
         int pivot = k;
         T largest = std::fabs(a[k][k]);
+#pragma GCC unroll 4
         for (int i = k + 1; i < 4; ++i) {
             const T size = std::fabs(a[i][k]);
             pivot = size > largest ? i : pivot;
@@ -78,15 +101,23 @@ bool invertByFactors(const ZbMat4<T>& m, ZbMat4<T>& inverse) noexcept
         }
         if (largest == 0)
             return false;
-        std::swap(a[k], a[pivot]);
-        std::swap(b[k], b[pivot]);
+#pragma GCC unroll 4
+        for (int i = k + 1; i < 4; ++i) {
+            if (i == pivot) {
+                std::swap(a[i], a[k]);
+                std::swap(b[i], b[k]);
+            }
+        }
+#pragma GCC unroll 4
         for (int i = k + 1; i < 4; ++i) {
             const T factor = a[i][k] / a[k][k];
             a[i] -= factor * a[k];
             b[i] -= factor * b[k];
         }
     }
+#pragma GCC unroll 4
     for (int i = 3; i >= 0; --i) {
+#pragma GCC unroll 4
         for (int j = i + 1; j < 4; ++j)
             b[i] -= a[i][j] * b[j];
         b[i] /= a[i][i];
@@ -100,15 +131,16 @@ bool invertByFactors(const ZbMat4<T>& m, ZbMat4<T>& inverse) noexcept
 template <typename T>
 ZbMat4<T> ZbMat4<T>::inverse() const noexcept
 {
-    if (*this == identity())
-        return *this;
     ZbMat4 result;
-    if (affine_inverse(*this, result) || invertByFactors(*this, result))
-        return result;
-    result = *this;
-    int index[4];
-    T d;
-    result.LUDecomposition(index, d);
+    if (*this == identity()) {
+        result = *this;
+    } else if (!(hasAffineColumn(*this) && affine_inverse(*this, result)) &&
+               !invertByFactors(*this, result)) {
+        result = *this;
+        int index[4];
+        T d;
+        result.LUDecomposition(index, d);
+    }
     return result;
 }
 
@@ -316,7 +348,7 @@ template <typename T>
 bool ZbMat4<T>::factor(ZbMat4& r, ZbVec3<T>& s, ZbMat4& u, ZbVec3<T>& t, ZbMat4& proj) const noexcept
 {
     const ZbMat4 m = *this;
-    const bool isAffine = m[0][3] == 0 && m[1][3] == 0 && m[2][3] == 0 && m[3][3] == 1;
+    const bool isAffine = hasAffineColumn(m);
     const Decomposition parts = decompose(m);
     proj = identity();
     if (parts.isSingular && !isAffine) {

@@ -5,6 +5,8 @@
 #include <zblib/math/ZbVec3.h>
 
 #include <cmath>
+#include <cstring>
+#include <type_traits>
 
 /// A rotation in space as a quaternion (x, y, z, w), where (x, y, z) is the axis times sin(angle / 2), and w is
 /// cos(angle / 2).
@@ -101,7 +103,7 @@ public:
     constexpr void multVec(const ZbVec3<T>& src, ZbVec3<T>& dst) const noexcept
     {
         ZbMat3<T> m;
-        getValue(m);
+        setElements(m);
         m.multVecMatrix(src, dst);
     }
 
@@ -119,6 +121,8 @@ public:
     static ZbRot slerp(const ZbRot& r0, const ZbRot& r1, T t) noexcept;
 
 private:
+    constexpr void setElements(ZbMat3<T>& m) const noexcept;
+    void storeElements(ZbMat3<T>& m) const noexcept;
     static constexpr ZbRot product(const ZbRot& first, const ZbRot& second) noexcept;
 
     T m_values[4];
@@ -207,12 +211,45 @@ void ZbRot<T>::setValue(const ZbMat4<T>& m) noexcept
 }
 
 template <typename T>
-constexpr void ZbRot<T>::getValue(ZbMat3<T>& m) const noexcept
+constexpr void ZbRot<T>::setElements(ZbMat3<T>& m) const noexcept
 {
     const auto& [x, y, z, w] = m_values;
     m.setValue(1 - 2 * (y * y + z * z), 2 * (x * y + z * w), 2 * (z * x - y * w),  //
                2 * (x * y - z * w), 1 - 2 * (z * z + x * x), 2 * (y * z + x * w),  //
                2 * (z * x + y * w), 2 * (y * z - x * w), 1 - 2 * (x * x + y * y));
+}
+
+template <typename T>
+constexpr void ZbRot<T>::getValue(ZbMat3<T>& m) const noexcept
+{
+    if constexpr (std::is_same_v<T, float>) {
+        if (!std::is_constant_evaluated())
+            return storeElements(m);
+    }
+    setElements(m);
+}
+
+// The same products and sums, three elements at once, for matrices that go to memory.
+template <typename T>
+void ZbRot<T>::storeElements(ZbMat3<T>& m) const noexcept
+{
+    using Row [[gnu::vector_size(4 * sizeof(T))]] = T;
+    Row q;
+    std::memcpy(&q, m_values, sizeof q);
+    const Row squares = q * q;
+    const Row products = q * __builtin_shufflevector(q, q, 1, 2, 0, 0);  // xy, yz, zx
+    const Row byW = __builtin_shufflevector(q, q, 2, 0, 1, 1) * __builtin_shufflevector(q, q, 3, 3, 3, 3);
+    const Row diagonal = 1 - 2 * (__builtin_shufflevector(squares, squares, 1, 2, 0, 0) +
+                                  __builtin_shufflevector(squares, squares, 2, 0, 1, 1));
+    const Row plus = 2 * (products + byW), minus = 2 * (products - byW);  // m01 m12 m20, m10 m21 m02
+    const Row a = __builtin_shufflevector(diagonal, plus, 0, 4, 1, 5);    // m00 m01 m11 m12
+    const Row b = __builtin_shufflevector(plus, minus, 2, 2, 5, 5);       // m20 m20 m21 m21
+    const Row first = __builtin_shufflevector(a, minus, 0, 1, 6, 4),
+              second = __builtin_shufflevector(a, b, 2, 3, 4, 6);
+    T* target = m[0];
+    std::memcpy(target, &first, sizeof first);
+    std::memcpy(target + 4, &second, sizeof second);
+    target[8] = diagonal[2];
 }
 
 template <typename T>
