@@ -8,29 +8,23 @@
 namespace ZbDetail
 {
 
-/// Diagonalises a, of which it reads and overwrites the upper triangle.
-///
-/// d receives the eigenvalues, the columns of v the eigenvectors, nrot the number of rotations. Returns false
-/// where 50 sweeps were not enough; d holds the values of the last one then.
+/// The state of one diagonalisation. The three elements above the diagonal and the columns of the vectors are members of
+/// their own with indices that the compiler knows, so that they stay in registers.
 template <typename T>
-bool jacobi3(T (&a)[3][3], T (&d)[3], T (&v)[3][3], int& nrot) noexcept
-{
-    // Sums of the updates apart from the diagonal: small ones are not lost one by one.
-    T diagonal[3], updates[3] = {};
-    for (int i = 0; i < 3; ++i) {
-        diagonal[i] = d[i] = a[i][i];
-        for (int j = 0; j < 3; ++j)
-            v[i][j] = i == j;
-    }
-    nrot = 0;
-    const auto rotate = [](T& first, T& second, T s, T tau) {
-        const T g = first, h = second;
-        first = g - s * (h + g * tau);
-        second = h + s * (g - h * tau);
-    };
-    // One element above the diagonal; o is the third index.
-    const auto annihilate = [&](int p, int q, int o, int sweep, T threshold) {
-        T& apq = a[p][q];
+struct Jacobi3 {
+    using Column [[gnu::vector_size(4 * sizeof(T))]] = T;
+
+    T a[3];        // element i lies in the row and column other than i
+    T d[3];        // the diagonal
+    T updates[3];  // of the diagonal in this sweep
+    Column v[3];   // eigenvectors; the fourth element is 0
+    int nrot = 0;
+
+    // The element in row p and column q; o is the third index.
+    template <int p, int q, int o>
+    void annihilate(int sweep, T threshold) noexcept
+    {
+        T& apq = a[o];
         const T g = 100 * std::fabs(apq);
         const T absP = std::fabs(d[p]), absQ = std::fabs(d[q]);
         if (sweep > 4 && absP + g == absP && absQ + g == absQ) {
@@ -43,8 +37,8 @@ bool jacobi3(T (&a)[3][3], T (&d)[3], T (&v)[3][3], int& nrot) noexcept
             } else {
                 const T theta = T(0.5) * h / apq;
                 t = 1 / (std::fabs(theta) + std::sqrt(theta * theta + 1));
-                if (theta < 0)
-                    t = -t;
+                // Negated where theta < 0: adding 0 takes the sign from -0. Nobody could predict a branch.
+                t = std::copysign(t, theta + 0);
             }
             const T c = 1 / std::sqrt(t * t + 1);
             const T s = t * c;
@@ -55,45 +49,64 @@ bool jacobi3(T (&a)[3][3], T (&d)[3], T (&v)[3][3], int& nrot) noexcept
             d[p] -= h;
             d[q] += h;
             apq = 0;
-            rotate(o < p ? a[o][p] : a[p][o], o < q ? a[o][q] : a[q][o], s, tau);
-            for (int i = 0; i < 3; ++i)
-                rotate(v[i][p], v[i][q], s, tau);
+            rotate(a[q], a[p], s, tau);  // row o's element of column p, and of column q
+            rotate(v[p], v[q], s, tau);
             ++nrot;
         }
-    };
+    }
+
+    template <typename Value>
+    static void rotate(Value& first, Value& second, T s, T tau) noexcept
+    {
+        const Value g = first, h = second;
+        first = g - s * (h + g * tau);
+        second = h + s * (g - h * tau);
+    }
+};
+
+/// Diagonalises m, of which it reads the upper triangle.
+///
+/// d receives the eigenvalues, the columns of v the eigenvectors, nrot the number of rotations. Returns false
+/// where 50 sweeps were not enough; d holds the values of the last one then, and v is left as it is.
+template <typename T, typename Matrix, typename Vec>
+bool diagonalize3(const Matrix& m, T* d, Vec* v, int& nrot) noexcept
+{
+    // Sums of the updates apart from the diagonal: small ones are not lost one by one.
+    T diagonal[3] = {m[0][0], m[1][1], m[2][2]};
+    Jacobi3<T> state = {{m[1][2], m[0][2], m[0][1]},
+                        {m[0][0], m[1][1], m[2][2]},
+                        {},
+                        {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}}};
+    bool hasConverged = false;
     for (int sweep = 0; sweep < 50; ++sweep) {
-        const T sum = std::fabs(a[0][1]) + std::fabs(a[0][2]) + std::fabs(a[1][2]);
-        if (sum == 0)
-            return true;
+        const T sum = std::fabs(state.a[2]) + std::fabs(state.a[1]) + std::fabs(state.a[0]);
+        hasConverged = sum == 0;
+        if (hasConverged)
+            break;
         const T threshold = sweep < 4 ? T(0.2) * sum / 9 : T(0);
-        annihilate(0, 1, 2, sweep, threshold);
-        annihilate(0, 2, 1, sweep, threshold);
-        annihilate(1, 2, 0, sweep, threshold);
+        state.template annihilate<0, 1, 2>(sweep, threshold);
+        state.template annihilate<0, 2, 1>(sweep, threshold);
+        state.template annihilate<1, 2, 0>(sweep, threshold);
         for (int i = 0; i < 3; ++i) {
-            diagonal[i] += updates[i];
-            d[i] = diagonal[i];
-            updates[i] = 0;
+            diagonal[i] += state.updates[i];
+            state.d[i] = diagonal[i];
+            state.updates[i] = 0;
         }
     }
-    return false;
+    nrot = state.nrot;
+    for (int i = 0; i < 3; ++i) {
+        d[i] = state.d[i];
+        if (hasConverged)
+            v[i].setValue(state.v[i][0], state.v[i][1], state.v[i][2]);
+    }
+    return hasConverged;
 }
 
-/// The same for any matrix with rows, whose vectors come out one by one; what ZbMat3::jacobi promises.
+/// The same with a word on standard error, as ZbMat3::jacobi promises.
 template <typename T, typename Matrix, typename Vec>
 void jacobi3(const Matrix& m, T* evalues, Vec* evectors, int& nrot) noexcept
 {
-    T a[3][3], d[3], v[3][3];
-    for (int i = 0; i < 3; ++i) {
-        for (int j = 0; j < 3; ++j)
-            a[i][j] = m[i][j];
-    }
-    const bool converged = jacobi3(a, d, v, nrot);
-    for (int i = 0; i < 3; ++i) {
-        evalues[i] = d[i];
-        if (converged)
-            evectors[i].setValue(v[0][i], v[1][i], v[2][i]);
-    }
-    if (!converged)
+    if (!diagonalize3(m, evalues, evectors, nrot))
         std::fputs("Too many iterations in routine jacobi\n", stderr);
 }
 
