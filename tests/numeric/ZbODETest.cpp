@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <random>
 #include <vector>
 
 namespace
@@ -168,6 +170,47 @@ TEST(ZbODE, convergesWithTheOrderOfItsPair)
             return x.distance(ZbVec2d(std::cos(2.0), std::sin(2.0)));
         };
         EXPECT_NEAR(std::log2(errorWith(0x1p-3f) / errorWith(0x1p-4f)), pair.order, 0.2);
+    }
+}
+
+// The shortcut around std::pow may not show in any bit.
+TEST(ZbODE, stepsGrowByThePowerOfTheError)
+{
+    struct Bump {
+        int evaluation, call = 0;  // the derivative is (1, 0), and (1, size) at this evaluation
+        double size = 0;
+    };
+    const auto field = [](const ZbVec2d&, ZbVec2d& dx, void* data) {
+        auto& bump = *static_cast<Bump*>(data);
+        dx = ZbVec2d(1, ++bump.call == bump.evaluation ? bump.size : 0);
+        return false;
+    };
+    // The weight of that evaluation in the error.
+    const struct {
+        int evaluation;
+        double weight;
+    } errors[] = {{2, 1}, {4, -1. / 8}, {4, 1. / 6}, {7, -1. / 40}, {6, 512. / 1771 - 1. / 4}};
+    std::mt19937 generator(1);
+    std::uniform_real_distribution<double> logarithm(-8, 0);
+    for (const Pair& pair : pairs) {
+        const auto& [evaluation, weight] = errors[pair.method];
+        for (int round = 0; round < 2000; ++round) {
+            Bump bump{evaluation};
+            Ode ode;
+            ode.setRightHandSide(field, &bump);
+            ode.setNormalization(0);
+            ode.setMethod(pair.method);
+            ode.setTolerance(0.5f);
+            ode.setHSampling(0.75f);
+            bump.size = 0.6 * std::exp(logarithm(generator)) / weight;
+            ode.init(ZbVec2d(0, 0), 0.75f);
+            ZbVec2d x;
+            ASSERT_EQ(ode.next(x, 0), 0);
+            const double error = pair.method == Ode::rk43 ? std::fabs(0.75 * bump.size / 6)
+                                                          : std::fabs(0.75 * (weight * bump.size));
+            const double factor = std::clamp(std::pow(0.8 * 0.5f / error, pair.exponent), 0.5, 2.0);
+            ASSERT_EQ(ode.getStepSize(), float(0.75f * factor)) << pair.method << ' ' << error;
+        }
     }
 }
 
