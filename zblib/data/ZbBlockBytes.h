@@ -2,6 +2,8 @@
 
 // Private: how many bytes a block takes whose sizes come from callers.
 
+#include <zblib/foundation/ZbMemoryException.h>
+
 #include <climits>
 #include <initializer_list>
 
@@ -20,6 +22,24 @@ inline unsigned long blockBytes(std::initializer_list<long> sizes)
         if (__builtin_mul_overflow(bytes, static_cast<unsigned long>(size), &bytes))
             return ULONG_MAX;
     return bytes;
+}
+
+/// The same; throws ZbMemoryException for a product that does not fit.
+inline unsigned long requireBlockBytes(std::initializer_list<long> sizes)
+{
+    const unsigned long bytes = blockBytes(sizes);
+    if (bytes == ULONG_MAX)
+        throw ZbMemoryException(bytes);
+    return bytes;
+}
+
+/// The bytes of an element of several values, which blocks keep as an int; throws as above.
+inline int elementBytes(int valueBytes, int components)
+{
+    const unsigned long bytes = blockBytes({valueBytes, components});
+    if (bytes > INT_MAX)
+        throw ZbMemoryException(bytes);
+    return static_cast<int>(bytes);
 }
 
 }  // namespace ZbDetail

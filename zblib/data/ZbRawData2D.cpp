@@ -2,6 +2,7 @@
 
 #include <zblib/data/ZbBlockBytes.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <type_traits>
@@ -83,8 +84,8 @@ ZbRawData2D& ZbRawData2D::operator=(ZbRawData2D&& other) noexcept
 
 void ZbRawData2D::init(int nx, int ny, int elementSize)
 {
+    const unsigned long bytes = ZbDetail::requireBlockBytes({nx, ny, elementSize});
     cleanup();  // before the new buffer is asked for: there may be memory for one of them only
-    const unsigned long bytes = ZbDetail::blockBytes({nx, ny, elementSize});
     commit(nx, ny, elementSize, bytes == 0 ? nullptr : std::malloc(bytes));
 }
 
@@ -148,13 +149,14 @@ bool ZbRawData2D::copyData(const ZbRawData2D& other)
 {
     if (m_dims[0] != other.m_dims[0] || m_elementSize != other.m_elementSize)
         return false;
-    if (m_dims[0] <= 0 || m_dims[1] <= 0)
+    const int rows = std::min(m_dims[1], other.m_dims[1]);
+    if (m_dims[0] <= 0 || rows <= 0)
         return true;
     if (isContiguous() && other.isContiguous()) {
-        std::memmove(m_data, other.m_data, ZbDetail::blockBytes({m_dims[0], m_dims[1], m_elementSize}));
+        std::memmove(m_data, other.m_data, ZbDetail::blockBytes({m_dims[0], rows, m_elementSize}));
         return true;
     }
-    for (int y = 0; y < m_dims[1]; ++y)
+    for (int y = 0; y < rows; ++y)
         copyRow(static_cast<char*>(address(0, y)), m_bytesPerPixel,
                 static_cast<const char*>(other.address(0, y)), other.m_bytesPerPixel, m_dims[0],
                 m_elementSize);

@@ -6,7 +6,8 @@
 /// between its pixels, such as a slice of a volume.
 ///
 /// Pixel (x, y) lies at data + y * bytes per line + x * bytes per pixel. An owned buffer comes from malloc();
-/// where there is no memory for one, the data pointer is null. Sizes are at least 0; coordinates are not
+/// where there is no memory for one, the data pointer is null. Sizes whose product does not fit throw
+/// ZbMemoryException and leave the block as it is. Sizes are at least 0; coordinates are not
 /// checked. A value: copies of an owner are deep, copies of a view are views of the same memory. Different
 /// threads may use different blocks.
 class ZB_API ZbRawData2D
@@ -70,8 +71,8 @@ public:
 
     /// Makes a view an owner of a dense copy. Without memory for it the block is left without data.
     void makeLocal();
-    /// Copies the pixels of other into this block's memory; rows of both as far as this one has them, so
-    /// other has at least as many. False, and nothing is copied, when row lengths or element sizes differ.
+    /// Copies the pixels of other into this block's memory, as many rows as both have. False, and nothing is
+    /// copied, when row lengths or element sizes differ.
     bool copyData(const ZbRawData2D& other);
     /// Zeroes the pixels.
     void clear();

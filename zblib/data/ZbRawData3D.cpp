@@ -12,6 +12,23 @@ ZbRawData3D::~ZbRawData3D()
     zbfree(m_owned);
 }
 
+ZbRawData3D::ZbRawData3D(const ZbRawData3D& other)
+{
+    if (other.isLocal()) {
+        init(other.sizeX(), other.sizeY(), other.sizeZ(), other.getElemSize());
+        if (const unsigned long bytes = numBytes())
+            std::memcpy(m_data, other.m_data, bytes);
+    } else {
+        init(other.sizeX(), other.sizeY(), other.sizeZ(), other.getElemSize(), other.m_data);
+    }
+}
+
+ZbRawData3D& ZbRawData3D::operator=(const ZbRawData3D& other)
+{
+    ZbRawData3D(other).swap(*this);
+    return *this;
+}
+
 ZbRawData3D& ZbRawData3D::operator=(ZbRawData3D&& other) noexcept
 {
     ZbRawData3D(std::move(other)).swap(*this);
@@ -28,8 +45,9 @@ void ZbRawData3D::swap(ZbRawData3D& other) noexcept
 
 void ZbRawData3D::init(int nx, int ny, int nz, int elementSize)
 {
+    const unsigned long bytes = ZbDetail::requireBlockBytes({nx, ny, nz, elementSize});
     cleanup();  // before the new memory is asked for: there may be enough for one of them only
-    commit(nx, ny, nz, elementSize, zbmalloc(ZbDetail::blockBytes({nx, ny, nz, elementSize})));
+    commit(nx, ny, nz, elementSize, zbmalloc(bytes));
 }
 
 void ZbRawData3D::init(int nx, int ny, int nz, int elementSize, void* data)
@@ -147,5 +165,10 @@ int ZbRawData3D::replaceSubvolume(int x0, int y0, int z0, const ZbRawData3D& sub
 void ZbRawData3D::clear()
 {
     if (m_data)
-        std::memset(m_data, 0, ZbDetail::blockBytes({m_dims[0], m_dims[1], m_dims[2], m_elementSize}));
+        std::memset(m_data, 0, numBytes());
+}
+
+unsigned long ZbRawData3D::numBytes() const noexcept
+{
+    return ZbDetail::blockBytes({m_dims[0], m_dims[1], m_dims[2], m_elementSize});
 }

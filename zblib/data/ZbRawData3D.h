@@ -8,8 +8,10 @@ class ZbRawData2D;
 /// memory.
 ///
 /// Element (x, y, z) lies at data + getOffset(x, y, z) * element size. Owned memory comes from zbmalloc(),
-/// which throws ZbMemoryException; the block is empty then. Sizes are at least 0; coordinates are not
-/// checked. Different threads may use different blocks.
+/// which throws ZbMemoryException; the block is empty then. Sizes whose product does not fit throw too, and
+/// leave the block as it is. Sizes are at least 0; coordinates are not checked. A value: copies of an owner are
+/// deep, and where there is no memory for one, nothing has changed; copies of a view are views of the same
+/// memory. Different threads may use different blocks.
 class ZB_API ZbRawData3D
 {
 public:
@@ -20,9 +22,8 @@ public:
     /// Each constructor does what init() with the same arguments does.
     ZbRawData3D(int nx, int ny, int nz, int elementSize) { init(nx, ny, nz, elementSize); }
     ZbRawData3D(int nx, int ny, int nz, int elementSize, void* data) { init(nx, ny, nz, elementSize, data); }
-    // A volume is too large to be copied by accident; replaceSubvolume() copies one on purpose.
-    ZbRawData3D(const ZbRawData3D&) = delete;
-    ZbRawData3D& operator=(const ZbRawData3D&) = delete;
+    ZbRawData3D(const ZbRawData3D& other);
+    ZbRawData3D& operator=(const ZbRawData3D& other);
     ZbRawData3D(ZbRawData3D&& other) noexcept { swap(other); }
     ZbRawData3D& operator=(ZbRawData3D&& other) noexcept;
     ~ZbRawData3D();
@@ -98,6 +99,8 @@ public:
     void clear();
 
 private:
+    unsigned long numBytes() const noexcept;
+
     int m_dims[3] = {0, 0, 0};
     int m_elementSize = 0;
     void* m_data = nullptr;
