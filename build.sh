@@ -17,7 +17,7 @@ usage: ./build.sh COMMAND
   tidy             clang-tidy and clang-format over the sources
   bench [FILTER]   build the benchmarks, and those against other libraries that are installed, run them, and print
                    one table; bench/report.py compares two folders of results
-  setup optional   install what only some builds use: Coin, Google Benchmark, curl
+  setup optional   install what only some builds use: Coin, Google Benchmark, curl, gdb
   setup peers      install the libraries that the benchmarks compare with (large)
   install PREFIX   build and install below PREFIX
   package          build the Debian packages libzblib1, libzblib-dev and zbvolume, in build/package/packages
@@ -136,7 +136,7 @@ bench)
     ;;
 setup)
     case ${1:-} in
-    optional) ensure libcoin-dev libbenchmark-dev curl ;;
+    optional) ensure libcoin-dev libbenchmark-dev curl gdb ;;
     peers)
         ensure libinsighttoolkit5-dev libopencv-dev libabsl-dev libboost-dev libeigen3-dev libglm-dev \
             python3-numpy python3-scipy

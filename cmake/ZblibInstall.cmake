@@ -37,3 +37,15 @@ if(ZBLIB_HAVE_INVENTOR)
 endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/zblib.pc.in ${PROJECT_BINARY_DIR}/zblib.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zblib.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+# gdb looks for the pretty-printers of a library in share/gdb/auto-load, under the library's full path, which is known
+# when it is installed. (Beside the library they would be in the way of ldconfig.)
+set(zblib_gdb_script libzblib.so.${PROJECT_VERSION}-gdb.py)
+install(CODE "
+    set(libdir \"${CMAKE_INSTALL_LIBDIR}\")
+    cmake_path(ABSOLUTE_PATH libdir BASE_DIRECTORY \"\${CMAKE_INSTALL_PREFIX}\")
+    set(gdbdir \"${CMAKE_INSTALL_DATADIR}/gdb/auto-load\")
+    cmake_path(ABSOLUTE_PATH gdbdir BASE_DIRECTORY \"\${CMAKE_INSTALL_PREFIX}\")
+    file(INSTALL DESTINATION \"\${gdbdir}\${libdir}\" TYPE FILE RENAME ${zblib_gdb_script}
+        FILES \"${PROJECT_SOURCE_DIR}/tools/gdb/zblib-gdb.py\")"
+    COMPONENT development)

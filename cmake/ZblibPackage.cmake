@@ -8,7 +8,8 @@ set(CPACK_PACKAGE_NAME zblib)
 set(CPACK_PACKAGE_CONTACT ${ZBLIB_PACKAGE_CONTACT})
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_VERBATIM_VARIABLES ON)
-set(CPACK_STRIP_FILES ON)
+# The linker has stripped the files already: the build record tells the size that the library has as linked.
+set(CPACK_STRIP_FILES OFF)
 set(CPACK_COMPONENTS_ALL runtime development tool)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -29,7 +30,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzblib-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${zblib_package} (= ${PROJECT_VERSION}), qt6-base-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "The headers, with the files for find_package(zblib) and pkg-config.")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "The headers, with the files for find_package(zblib) and pkg-config, and
+pretty-printers for gdb.")
 
 # The package of the library is made in the same run, so its shlibs file is not there to be asked yet.
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME zbvolume)

@@ -10,7 +10,11 @@ release=$(. /etc/os-release && echo "$VERSION_CODENAME")
 
 work=$(mktemp -d)
 root=$work/root
-trap 'rm -rf "$work"' EXIT
+cleanup() {
+    ! mountpoint -q "$root/proc" || umount "$root/proc"
+    rm -rf --one-file-system "$work"
+}
+trap cleanup EXIT
 fail() { printf 'FAILED: %s\n' "$*" >&2; exit 1; }
 say() { printf '== %s\n' "$*"; }
 # The environment of the caller stays outside.
@@ -29,6 +33,7 @@ for file in /etc/apt/sources.list.d/debian.sources /etc/apt/sources.list.d/ubunt
     [ ! -s "$file" ] || { sources=("$file"); break; }
 done
 mmdebstrap --quiet --mode=root --skip=cleanup/apt/lists --variant=apt "$release" "$root" "${sources[@]}"
+mount -t proc proc "$root/proc"  # gdb looks there
 mkdir "$root/packages"
 cp "$packages"/*.deb "$root/packages"
 [ "$(ls "$root/packages" | wc -l)" -eq 3 ] || fail "expected three packages in $packages"
@@ -39,13 +44,19 @@ inside zbvolume demo /tmp/demo >"$work/demo" || fail "zbvolume demo: $(cat "$wor
 grep -q '^objects: 40$' "$work/demo" || fail "zbvolume demo found other objects: $(cat "$work/demo")"
 [ ! -e "$root/usr/include/zblib" ] || fail "headers came with the tool"
 inside dpkg --verify libzblib1 zbvolume
+library=$(readlink -f "$root"/usr/lib/*/libzblib.so.1)
+grep -aqF "|size|$(stat -c %s "$library")|" "$library" || fail "the build record tells another size of the library"
 
-say "libzblib-dev, with g++ and pkg-config"
-install_inside "/packages/libzblib-dev_*.deb g++ pkg-config"
+say "libzblib-dev, with g++, pkg-config and gdb"
+install_inside "/packages/libzblib-dev_*.deb g++ pkg-config gdb"
 cp "$source_dir/examples/CountObjects.cpp" "$root/tmp"
 inside sh -c 'cd /tmp && g++ -std=c++20 CountObjects.cpp -o CountObjects $(pkg-config --cflags --libs zblib) && ./CountObjects' \
     >"$work/count" || fail "the program of the README: $(cat "$work/count")"
 grep -qx 'objects: 2' "$work/count" || fail "the program of the README printed: $(cat "$work/count")"
+inside sh -c 'cd /tmp && g++ -g -std=c++20 CountObjects.cpp -o Debugged $(pkg-config --cflags --libs zblib) &&
+    gdb --nx --batch -iex "set disable-randomization off" -ex "break printf" -ex run -ex up \
+        -ex "print regions" Debugged' >"$work/gdb" 2>&1 || true
+grep -q 'ZbDArray<ZbConnectedComponents::Region> of ' "$work/gdb" || fail "gdb shows no arrays: $(cat "$work/gdb")"
 
 say "removed again"
 inside apt-get purge -y -qq zbvolume libzblib-dev libzblib1 >"$work/log" 2>&1 || fail "$(cat "$work/log")"
