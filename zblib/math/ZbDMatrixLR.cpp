@@ -161,10 +161,17 @@ private:
     void finishPivots(long k0, long k1, long j0, long j1)
     {
         if (k1 - k0 <= panelWidth) {
-            for (long i = k0 + 1; i < k1; ++i) {
-                for (long k = k0; k < i; ++k)
-                    ZbDetail::addMultiple(-m_rows[i][k], m_rows[k] + j0, m_rows[i] + j0, j1 - j0);
-            }
+            zbMultiversion([=, this] {
+                for (long i = k0 + 1; i < k1; ++i) {
+                    for (long k = k0; k < i; ++k) {
+                        const T factor = m_rows[i][k];
+                        const T* upper = m_rows[k];
+                        T* row = m_rows[i];
+                        for (long j = j0; j < j1; ++j)
+                            row[j] -= factor * upper[j];
+                    }
+                }
+            });
             return;
         }
         const long mid = middle(k0, k1);
@@ -257,10 +264,12 @@ void substitute(const T* const* rows, const int* exchanged, T* b, long n)
 {
     for (long k = 0; k < n; ++k)
         std::swap(b[k], b[exchanged[k]]);
-    for (long i = 1; i < n; ++i)
-        b[i] -= ZbDetail::dot<T>(rows[i], b, i);
-    for (long i = n - 1; i >= 0; --i)
-        b[i] = (b[i] - ZbDetail::dot<T>(rows[i] + i + 1, b + i + 1, n - i - 1)) / rows[i][i];
+    zbMultiversion([=] {
+        for (long i = 1; i < n; ++i)
+            b[i] -= ZbDetail::dotHere<T>(rows[i], b, i);
+        for (long i = n - 1; i >= 0; --i)
+            b[i] = (b[i] - ZbDetail::dotHere<T>(rows[i] + i + 1, b + i + 1, n - i - 1)) / rows[i][i];
+    });
 }
 
 }  // namespace
@@ -293,8 +302,10 @@ int ZbDMatrix<T>::solveLRdecomp(T** a, T** rhs, int numRhs, T& det, ZbProgressIn
             std::copy(residual.get(), residual.get() + n, correction.get());
             substitute(a, exchanged.get(), correction.get(), n);
             ZbDetail::addMultiple(T(1), correction.get(), x.get(), n);
-            for (int i = 0; i < n; ++i)
-                residual[i] = T(double(b[i]) - ZbDetail::dot<double>(row(i), x.get(), n));
+            zbMultiversion([&] {
+                for (int i = 0; i < n; ++i)
+                    residual[i] = T(double(b[i]) - ZbDetail::dotHere<double>(row(i), x.get(), n));
+            });
             residue = norm(residual.get(), n, exponent);
         }
         if (size > 0 && residue / size > 0.0001)

@@ -7,27 +7,32 @@
 namespace ZbDetail
 {
 
+/// dot for callers that choose the instruction set themselves, around a loop.
+template <typename Sum, typename T>
+inline Sum dotHere(const T* a, const T* b, long n) noexcept
+{
+    constexpr long lanes = 16;
+    Sum sums[lanes] = {};
+    long i = 0;
+    for (; i + lanes <= n; i += lanes) {
+        for (long k = 0; k < lanes; ++k)
+            sums[k] += Sum(a[i + k]) * Sum(b[i + k]);
+    }
+    for (long k = 0; i + k < n; ++k)
+        sums[k] += Sum(a[i + k]) * Sum(b[i + k]);
+    for (long half = lanes / 2; half > 0; half /= 2) {
+        for (long k = 0; k < half; ++k)
+            sums[k] += sums[k + half];
+    }
+    return sums[0];
+}
+
 /// The sum of the products, formed in Sum. Element i goes to the partial sum i % 16; these are added pairwise.
 /// So the order is the same for every instruction set, and none waits for the one before.
 template <typename Sum, typename T>
 Sum dot(const T* a, const T* b, long n) noexcept
 {
-    return zbMultiversion([=] {
-        constexpr long lanes = 16;
-        Sum sums[lanes] = {};
-        long i = 0;
-        for (; i + lanes <= n; i += lanes) {
-            for (long k = 0; k < lanes; ++k)
-                sums[k] += Sum(a[i + k]) * Sum(b[i + k]);
-        }
-        for (long k = 0; i + k < n; ++k)
-            sums[k] += Sum(a[i + k]) * Sum(b[i + k]);
-        for (long half = lanes / 2; half > 0; half /= 2) {
-            for (long k = 0; k < half; ++k)
-                sums[k] += sums[k + half];
-        }
-        return sums[0];
-    });
+    return zbMultiversion([=] { return dotHere<Sum>(a, b, n); });
 }
 
 /// y += factor * x; they do not overlap.
