@@ -139,6 +139,7 @@ setup)
     optional) ensure libcoin-dev libbenchmark-dev curl gdb ;;
     peers)
         ensure libinsighttoolkit5-dev libopencv-dev libabsl-dev libboost-dev libeigen3-dev libglm-dev \
+            libopenblas-dev libcairo2-dev libgsl-dev pkg-config \
             python3-numpy python3-scipy
         ;;
     *) usage >&2; exit 2 ;;
