@@ -104,7 +104,7 @@ std::string recordOf(const Values& values)
     for (const char* key : keys) {
         const auto found = values.find(key);
         if (found == values.end())
-            throw std::runtime_error(std::string("no value for ") + key);
+            throw std::runtime_error(std::string("no value for ") + key + "; it may not be empty");
         record += std::string("|") + key + "|" + sanitised(found->second);
     }
     if (record.size() >= ZbDetail::recordCapacity)
@@ -123,6 +123,8 @@ std::string markerOf()
 void write(const std::filesystem::path& path, Values values)
 {
     std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+    if (!file)
+        throw std::runtime_error("cannot read " + path.string());
     const std::string bytes{std::istreambuf_iterator<char>(file), {}};
     const std::string marker = markerOf();
     const std::size_t place = bytes.find(marker);

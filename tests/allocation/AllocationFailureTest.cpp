@@ -8,6 +8,7 @@
 #include <zblib/data/ZbHistogram.h>
 #include <zblib/data/ZbRawData.h>
 #include <zblib/data/ZbRawData3D.h>
+#include <zblib/foundation/StringTupel.h>
 #include <zblib/foundation/ZbMemoryException.h>
 #include <zblib/imaging/ZbBitfield.h>
 #include <zblib/imaging/ZbConnectedComponents.h>
@@ -169,6 +170,11 @@ TEST(AllocationFailure, leavesFileNamesUsable)
                        << name.getString();
                    EXPECT_EQ(long(std::string(name.getString()).size()), name.length());
                });
+}
+
+TEST(AllocationFailure, keepsNothingOfWordsThatWereNotAllCopied)
+{
+    expectSafe([] { return 0; }, [](int) { StringTupel words("some words of a filter"); }, [](int, bool) {});
 }
 
 // ---- data

@@ -161,6 +161,7 @@ TEST(ZbString, equalsNullOnlyWhenItWasMovedFrom)
     EXPECT_EQ(explode(string), std::vector<std::string>{""});
     EXPECT_EQ(text(string.protect(false)), "\"\"");
     string += null;
+    string.append(null, 3);
     EXPECT_TRUE(string == null);
     string += "new";
     EXPECT_STREQ(string, "new");

@@ -89,14 +89,23 @@ ZbString extensionWithoutDot(const ZbFilename& path)
     return *extension == '.' ? extension + 1 : extension;
 }
 
-// A folder that other users cannot fill with names and links; the process that has made it removes it.
+QByteArray tempFolder()
+{
+    const QByteArray path = QDir::tempPath().toLocal8Bit();
+    return path.isEmpty() ? QByteArray("/tmp") : path;  // TMPDIR may name a folder that is not there
+}
+
+// A folder that other users cannot fill with names and links; the process that has made it removes it. Where none can
+// be made, the folder for temporary files itself, which stays.
 class ProcessFolder
 {
 public:
-    ProcessFolder() : m_path(QDir::tempPath().toLocal8Bit() + "/zblib-XXXXXX")
+    ProcessFolder() : m_path(tempFolder() + "/zblib-XXXXXX")
     {
-        if (!::mkdtemp(m_path.data()))
-            m_path = QDir::tempPath().toLocal8Bit();
+        if (::mkdtemp(m_path.data()))
+            m_owner = ::getpid();
+        else
+            m_path = tempFolder();
     }
     ~ProcessFolder()
     {
@@ -110,7 +119,7 @@ public:
 
 private:
     QByteArray m_path;
-    pid_t m_owner = ::getpid();  // a forked child has a copy of this object
+    pid_t m_owner = 0;  // the process that removes it; a forked child has a copy of this object
 };
 
 ZbFilename tempPrefix(const char* dir)
@@ -233,8 +242,10 @@ bool ZbFilename::createUnique(int mode)
     ZbFilename path(*this);
     for (int n = 1;; ++n) {
         if (File file(path.getString(), O_WRONLY | O_CREAT | O_EXCL, mode); file) {
-            *this = path;
-            return file.close();
+            const bool isClosed = file.close();
+            if (isClosed)
+                *this = path;
+            return isClosed;
         }
         if (errno != EEXIST)
             return false;

@@ -139,5 +139,5 @@ constexpr unsigned int hash2(int a, int m) noexcept
 
 /// A prime size for a table of n entries: the smallest odd number that no odd number from 3 on divides and
 /// that is not below n + n/3, an even sum counting as the next odd number. For more entries than an int can
-/// number so, the largest prime of int.
+/// number so, the largest prime of int. n is not negative.
 ZB_API int computePrime(int n);

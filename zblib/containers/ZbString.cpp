@@ -167,7 +167,7 @@ void ZbString::assign(const char* text, long length)
 
 ZbString& ZbString::append(const char* text, long length)
 {
-    if (length > 0)
+    if (text && length > 0)
         write(this->length(), text, length);
     return *this;
 }
@@ -307,6 +307,8 @@ const char* ZbString::vprintf(const char* format, va_list arguments)
         return std::max(length + 1, chars.capacity());
     if (chars.size() < 2)
         chars.remax(formatCapacity);
+    if (length >= chars.capacity())
+        chars.remax(length + 1);
     write(0, buffer, std::max(length, 0L));
     return 0;
 }

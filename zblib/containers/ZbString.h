@@ -72,7 +72,8 @@ public:
     /// The characters and their zero, never null.
     const char* getString() const noexcept { return chars().isEmpty() ? "" : chars().data(); }
     operator const char*() const noexcept { return getString(); }
-    /// index is in [0, length()].
+    /// index is in [0, length()]. A string that was moved from has no characters to write to before it is given a
+    /// text.
     char& operator[](long index) { return chars()[index]; }
     char operator[](long index) const { return getString()[index]; }
     char* begin() noexcept { return chars().data(); }

@@ -7,7 +7,7 @@ ZbStringTokenizer::ZbStringTokenizer(const char* text, long length) : m_length(l
 ZbStringTokenizer::ZbStringTokenizer(const ZbString& text)
     : ZbStringTokenizer(text.getString(), text.length())
 {
-    ZbStringTokenizer::skipSpace();
+    skipSpace();
 }
 
 ZbStringTokenizer::ZbStringTokenizer(const char* text)

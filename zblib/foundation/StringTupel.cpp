@@ -6,7 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 
-StringTupel::StringTupel(const char* text)
+// Delegates, so that the destructor frees the words there are when there is no memory for one more.
+StringTupel::StringTupel(const char* text) : StringTupel()
 {
     while (m_count < maxWords) {
         text += std::strspn(text, " ");

@@ -27,6 +27,8 @@ public:
     void print() const;
 
 private:
+    StringTupel() noexcept = default;
+
     int m_count = 0;
     char* m_words[maxWords] = {};
 };

@@ -26,7 +26,7 @@ void ZbDetail::checkFailed(FailureOperation operation, ZbAssertionHandler::Ignor
 
 bool ZbDetail::isDebugShown(int level, const char* function, const char* package)
 {
-    ZbAssertionHandler::handler();  // the settings are read by now
+    ZbAssertionHandler::handler();  // installed where there is none, which reads the settings
     if (level > ZbAssertionHandler::debuglevel())
         return false;
     const auto passes = [](const char* const* words, int count, auto matches) {

@@ -29,15 +29,16 @@
 
 /// Debug output, printf-style, for the levels of ZbAssertionHandler::getDebugLevelName. Shown where the level
 /// is at most debuglevel(), a word of the function filter is part of the function's signature, and a word of
-/// the package filter is the package. The arguments are evaluated only then.
+/// the package filter is the package. The level is evaluated once, the other arguments only then.
 ///
 ///     ZB_DEBUG(7, "read %ld values", count);
 ///
 /// A package names itself by defining ZB_PACKAGE_NAME as a text before it includes this header.
 #define ZB_DEBUG(level, ...)                                                                                 \
     do {                                                                                                     \
-        if (::ZbDetail::isDebugShown((level), __PRETTY_FUNCTION__, ZB_PACKAGE_NAME))                         \
-            ::ZbDetail::showDebug((level), __VA_ARGS__);                                                     \
+        const int zbDebugLevel = (level);                                                                    \
+        if (::ZbDetail::isDebugShown(zbDebugLevel, __PRETTY_FUNCTION__, ZB_PACKAGE_NAME))                    \
+            ::ZbDetail::showDebug(zbDebugLevel, __VA_ARGS__);                                                \
     } while (false)
 
 #ifndef ZB_PACKAGE_NAME

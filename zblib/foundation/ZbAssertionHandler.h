@@ -36,8 +36,8 @@ public:
 
     /// The installed handler; null until one is.
     static ZbAssertionHandler*& thehandler();
-    /// The installed handler. The first call installs the default and reads the debug settings, as a
-    /// ZbAssertionHandlerInit does.
+    /// The installed handler. A call while there is none installs the default and reads the debug settings, as
+    /// a ZbAssertionHandlerInit does.
     static ZbAssertionHandler& handler();
     /// Takes over h and deletes the handler before it. With null the next handler() installs the default.
     static void setAssertionHandler(ZbAssertionHandler* h);

@@ -12,7 +12,9 @@
 
 ZbException::ZbException() : m_private(new ZbExceptionPrivate)
 {
+    std::unique_ptr<ZbExceptionPrivate> guard(m_private);  // where there is no memory for the texts
     initBacktrace();
+    static_cast<void>(guard.release());
 }
 
 ZbException::ZbException(const QString& message) : ZbException()

@@ -276,11 +276,15 @@ int ZbDMatrix<T>::SVD(ZbDMatrix& U, ZbDVector<T>& w, ZbDMatrix& V, int maxIterat
         std::printf("no convergence in %d svd iterations \n", maxIterations);
         return 0;
     }
-    w = parts.w();
-    for (T& value : w)
+    ZbDVector<T> values = parts.w();
+    for (T& value : values)
         value = std::scalbn(value, exponent);
-    U = (isWide ? parts.v() : parts.u()).transpose();
-    V = (isWide ? parts.u() : parts.v()).transpose();
+    // The outputs change together, once there is memory for all.
+    ZbDMatrix left = (isWide ? parts.v() : parts.u()).transpose();
+    ZbDMatrix right = (isWide ? parts.u() : parts.v()).transpose();
+    U = std::move(left);
+    V = std::move(right);
+    w = std::move(values);
     return 1;
 }
 
