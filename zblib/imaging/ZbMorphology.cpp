@@ -73,15 +73,20 @@ void ZbMorphology::erosion3D(const ZbBitfield& src, ZbBitfield& dst, const ZbVec
         });
         return;
     }
-    const int atOnce = stepsInOnePass(dims, iterations);
+    const ZbVec3i grid = asRows(dims);
+    if (grid.z != dims.z) {
+        alongZ = alongY;
+        alongY = false;
+    }
+    const int atOnce = stepsInOnePass(grid, iterations);
     iterate(src, dst, iterations, atOnce, [&](const ZbBitfield& from, ZbBitfield& to, int steps) {
         // Several steps at once compute some slices around their range as well.
         const auto grain = steps > 1 ? 8ul * (unsigned long)(steps) : 1ul;
-        tbb::parallel_for(SliceRange(0, (unsigned long)(dims.z), grain), [&](const SliceRange& slices) {
-            if (isWholeWords(dims.x))
-                erodeBitfieldRegionFast(from, to, dims, slices, alongZ, alongY, alongX, protect, steps);
+        tbb::parallel_for(SliceRange(0, (unsigned long)(grid.z), grain), [&](const SliceRange& slices) {
+            if (isWholeWords(grid.x))
+                erodeBitfieldRegionFast(from, to, grid, slices, alongZ, alongY, alongX, protect, steps);
             else
-                erodeBitfieldRegionFastGeneral(from, to, dims, slices, alongZ, alongY, alongX, protect,
+                erodeBitfieldRegionFastGeneral(from, to, grid, slices, alongZ, alongY, alongX, protect,
                                                steps);
         });
     });
@@ -91,7 +96,7 @@ void ZbMorphology::dilation3D(const ZbBitfield& src, ZbBitfield& dst, const ZbVe
 {
     if (!prepare(src, dst, GridSize(dims.x, dims.y, dims.z)))
         return;
-    const int atOnce = dims.x < 32 ? 1 : stepsInOnePass(dims, iterations);
+    const int atOnce = dims.x < 32 ? 1 : stepsInOnePass(asRows(dims), iterations);
     iterate(src, dst, iterations, atOnce, [&](const ZbBitfield& from, ZbBitfield& to, int steps) {
         if (dims.x < 32)
             dilateBitfieldSlow(from, to, dims);

@@ -50,6 +50,10 @@ ZB_API void dilateBitfieldFastGeneral2D_8(const ZbBitfield& src, ZbBitfield& dst
 ZB_API void erodeBitfieldFast2D_8(const ZbBitfield& src, ZbBitfield& dst, const ZbVec2i& dims);
 ZB_API void dilateBitfieldFast2D_8(const ZbBitfield& src, ZbBitfield& dst, const ZbVec2i& dims);
 
+/// An image, a grid of one slice, seen as slices of one row each: (nx, 1, ny) instead of (nx, ny, 1), where that is
+/// faster. What was along y is then along z. Other grids stay.
+ZB_API ZbVec3i asRows(const ZbVec3i& dims);
+
 /// The number of steps, from 1 to wanted, whose scratch memory for one pass stays in a cache.
 ZB_API int stepsInOnePass(const ZbVec3i& dims, int wanted);
 

@@ -8,14 +8,15 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstdint>
 #include <cstring>
 #include <memory>
-#include <utility>
+#include <numeric>
 
-// A row is numWords words whose last may have bits beyond the row, which are arbitrary everywhere. Rows lie one after
-// the other, so that the rows of a slice are one array of words, and the rows above and below, and the slices before
-// and behind, are further pointers into such arrays. A neighbour outside of the grid is replaced by the voxel itself:
-// that changes neither an intersection nor a union. Only the ends of rows need more than that.
+// The voxels of a slice are one array of words, in which the row above is nx bits further down and the one below nx bits
+// further up; the slices before and behind are arrays like it. So a step is one loop over the words of a slice. A
+// neighbour outside of the grid is replaced by the voxel itself or by a neutral bit (set for erosion, clear for
+// dilation): that changes neither an intersection nor a union.
 
 namespace ZbDetail
 {
@@ -25,7 +26,9 @@ namespace
 using Word = unsigned int;
 
 constexpr long wordBits = 32;
-constexpr long block = 128;  // words that a loop of constant length handles
+constexpr long vector = 8;            // words that a vector has, for loops of constant length
+constexpr long cacheBytes = 1 << 20;  // for scratch memory: about half of a second-level cache
+constexpr long block = 128;           // words between two looks at where rows end
 
 /// The words of n bits.
 constexpr long wordsFor(long n)
@@ -39,189 +42,241 @@ constexpr Word bitsBelow(long n)
     return (Word(1) << n % wordBits) - 1;
 }
 
-/// The 32 bits from bit shift of low on, which go on in high; shift is in [0, 32).
+/// The 32 bits from bit shift of low on, which go on in high; shift is in [1, 32).
 constexpr Word funnel(Word low, Word high, unsigned shift)
 {
-    return low >> shift | high << 1 << (31 - shift);
+    return low >> shift | high << (32 - shift);
 }
 
-/// The bits in which neighbours in x lie outside of the row, for a block of words that begins anywhere in a row.
+/// The bits of a slice whose neighbours in x are not to be looked at: those at the ends of rows, or all.
 class RowEnds
 {
 public:
-    explicit RowEnds(long nx) : m_numWords(wordsFor(nx))
+    RowEnds(long nx, bool alongX) : m_nx(nx), m_period(alongX ? nx / std::gcd(nx, wordBits) : 1)
     {
-        const Word behind = ~bitsBelow(nx - 1);
-        if (m_numWords <= block) {
-            for (long i = 0; i < size; ++i) {
-                m_first[size_t(i)] = i % m_numWords == 0 ? 1 : 0;
-                m_last[size_t(i)] = i % m_numWords == m_numWords - 1 ? behind : 0;
-            }
-        } else {
-            // A block holds at most one end, which is all that the tables have.
-            m_first[block] = 1;
-            m_last[block - 1] = behind;
+        if (!alongX) {
+            m_first.fill(~Word(0));
+            m_last.fill(~Word(0));
+        } else if (m_period <= longestPeriod) {
+            for (long w = 0; w < m_period + block; ++w)
+                mark(w % m_period, w);
         }
     }
 
-    long numWords() const { return m_numWords; }
-    /// The index, for first() and last(), of a block that begins with word w of a row.
-    long blockAt(long w) const
+    /// Makes first and last those of up to block words from this one of a slice on.
+    void moveTo(long word)
     {
-        if (m_numWords <= block)
-            return w;
-        if (w == 0)
-            return block;
-        return m_numWords - w <= block ? block - (m_numWords - w) : block + 1;
+        if (m_period <= longestPeriod) {
+            const auto offset = unsigned(word) % unsigned(m_period);
+            first = m_first.data() + offset;
+            last = m_last.data() + offset;
+            return;
+        }
+        // Few rows end in a block.
+        for (; m_numMarked > 0; --m_numMarked)
+            m_first[m_marked[m_numMarked - 1]] = m_last[m_marked[m_numMarked - 1]] = 0;
+        const long begin = word * wordBits;
+        for (long end = (begin + m_nx - 1) / m_nx * m_nx; end <= begin + block * wordBits; end += m_nx)
+            for (const long bit : {end - 1, end})
+                if (const long w = bit / wordBits - word; bit >= begin && w < block) {
+                    mark(word + w, w);
+                    m_marked[m_numMarked++] = size_t(w);
+                }
+        first = m_first.data();
+        last = m_last.data();
     }
-    const Word* first() const { return m_first.data(); }
-    const Word* last() const { return m_last.data(); }
+
+    const Word* first = nullptr;  // bits that begin a row
+    const Word* last = nullptr;   // bits that end one
 
 private:
-    static constexpr long size = 2 * block + 1;
-    const long m_numWords;
-    std::array<Word, size_t(size)> m_first{};
-    std::array<Word, size_t(size)> m_last{};
-};
+    static constexpr long longestPeriod = 1024;
 
-/// Whole rows to combine into as many. The neighbours in y or z are pairs of arrays like center.
-struct Rows {
-    const Word* center;
-    const Word* neighbours[4];
-    Word* out;  // with protection: the protected bits come in, the result goes out
-    long numWords;
-    const RowEnds* ends;
+    /// Sets entry w to what word of a slice has.
+    void mark(long word, long w)
+    {
+        const long begin = word * wordBits;
+        for (long end = (begin + m_nx - 1) / m_nx * m_nx; end <= begin + wordBits; end += m_nx) {
+            if (end < begin + wordBits)
+                m_first[size_t(w)] |= Word(1) << end % wordBits;
+            if (end > begin)
+                m_last[size_t(w)] |= Word(1) << (end - 1) % wordBits;
+        }
+    }
+
+    const long m_nx;
+    const long m_period;  // words after which the ends of rows are in the same bits again
+    std::array<Word, size_t(longestPeriod + block)> m_first{};
+    std::array<Word, size_t(longestPeriod + block)> m_last{};
+    std::array<size_t, 2 * (block * wordBits / longestPeriod + 2)> m_marked;
+    size_t m_numMarked = 0;
 };
 
 struct Erosion {
+    static constexpr Word neutral = ~Word(0);
     static Word combine(Word a, Word b) { return a & b; }
     static Word outside(Word a, Word mask) { return a | mask; }
 };
 
 struct Dilation {
+    static constexpr Word neutral = 0;
     static Word combine(Word a, Word b) { return a | b; }
     static Word outside(Word a, Word mask) { return a & ~mask; }
 };
 
-enum class Shape { Cross, Square };
+/// Words to combine into as many. A pair of neighbours in y or z begins with the neighbours of center[0].
+struct Words {
+    const Word* center;
+    // The first pair is that in y if there is one; then its bits are shifted by less than a word.
+    const Word* pair[2];
+    unsigned shifts[2];
+    const Word* otherPair[2];
+    Word* out;  // with protection: the protected bits come in, the result goes out
+    long numWords;
+    RowEnds* ends;
+    long firstWord;  // the place of the words in their slice
+};
 
-/// One step. A square is that of x and one other axis, whose neighbours are the first two.
-template <typename Rule, Shape shape, int numNeighbours, bool alongX, bool isProtected>
+enum class Shape {
+    OnePair,   // one axis beside x
+    TwoPairs,  // both
+    Square,    // one axis beside x, with the neighbours that differ in both
+};
+
+template <typename Rule, Shape shape, bool isShifted, bool isProtected>
 struct Step {
-    struct Pointers {
+    struct Neighbours {
         const Word* center;
-        const Word* n0;
-        const Word* n1;
-        const Word* n2;
-        const Word* n3;
+        const Word* a;
+        const Word* b;
+        const Word* c;
+        const Word* d;
+        unsigned shiftA, shiftB;
 
+        Word pair(long i) const
+        {
+            if constexpr (isShifted)
+                return Rule::combine(funnel(a[i], a[i + 1], shiftA), funnel(b[i], b[i + 1], shiftB));
+            else
+                return Rule::combine(a[i], b[i]);
+        }
+        /// What is looked at beside the voxel itself, to the left and to the right.
         Word column(long i) const
         {
             if constexpr (shape == Shape::Square)
-                return Rule::combine(center[i], Rule::combine(n0[i], n1[i]));
+                return Rule::combine(center[i], pair(i));
             else
                 return center[i];
         }
+        Word result(long i, Word before, Word after, Word first, Word last, Word protect) const
+        {
+            const Word here = column(i);
+            const Word left = Rule::outside(here << 1 | before >> 31, first);
+            const Word right = Rule::outside(here >> 1 | after << 31, last);
+            Word all = Rule::combine(here, Rule::combine(left, right));
+            if constexpr (shape != Shape::Square)
+                all = Rule::combine(all, pair(i));
+            if constexpr (shape == Shape::TwoPairs)
+                all = Rule::combine(all, Rule::combine(c[i], d[i]));
+            if constexpr (isProtected)
+                all = center[i] & (all | protect);
+            return all;
+        }
     };
 
-    static Word word(const Pointers& p, long i, Word before, Word after, Word first, Word last, Word out)
+    /// The words from i on, of which none is the first or the last of all.
+    template <long count>
+    static void loop(const Neighbours& n, long i, const Word* first, const Word* last, Word* out)
     {
-        const Word here = p.column(i);
-        Word result = here;
-        if constexpr (alongX) {
-            result = Rule::combine(result, Rule::outside(here << 1 | before >> 31, first));
-            result = Rule::combine(result, Rule::outside(here >> 1 | after << 31, last));
-        }
-        if constexpr (shape == Shape::Cross) {
-            result = Rule::combine(result, Rule::combine(p.n0[i], p.n1[i]));
-            if constexpr (numNeighbours == 4)
-                result = Rule::combine(result, Rule::combine(p.n2[i], p.n3[i]));
-        }
-        if constexpr (isProtected)
-            result = p.center[i] & (result | out);
-        return result;
+        // out overlaps nothing that is read, but for the word itself.
+#ifdef __clang__
+#pragma clang loop vectorize(assume_safety)
+#else
+#pragma GCC ivdep
+#endif
+        for (long k = i; k < i + count; ++k)
+            out[k] = n.result(k, n.column(k - 1), n.column(k + 1), first[k - i], last[k - i],
+                              isProtected ? out[k] : 0);
     }
 
-    // No function reads beyond the words: the first and the last one go alone.
-    static void run(const Word* center, const Word* n0, const Word* n1, const Word* n2, const Word* n3,
-                    Word* __restrict out, long numWords, const RowEnds& ends)
+    // Nothing beyond the words of center is read, so the first and the last one stand alone. A word that is made
+    // twice is the same again, with protection too.
+    static void run(const Words& w)
     {
-        const Pointers p{center, n0, n1, n2, n3};
-        const Word* const first = ends.first();
-        const Word* const last = ends.last();
-        const auto single = [&](long i, Word before, Word after) {
-            const long e = ends.blockAt(i % ends.numWords());
-            out[i] = word(p, i, before, after, first[e], last[e], out[i]);
+        const Neighbours n{w.center,       w.pair[0],   w.pair[1],  w.otherPair[0],
+                           w.otherPair[1], w.shifts[0], w.shifts[1]};
+        RowEnds& ends = *w.ends;
+        const long lastWord = w.numWords - 1;
+        Word* const out = w.out;
+        const auto single = [&](long i) {
+            ends.moveTo(w.firstWord + i);
+            const Word before = i > 0 ? n.column(i - 1) : 0;
+            const Word after = i < lastWord ? n.column(i + 1) : 0;
+            out[i] = n.result(i, before, after, *ends.first, *ends.last, out[i]);
         };
-        single(0, 0, numWords > 1 ? p.column(1) : 0);
-        if (numWords == 1)
+        if (lastWord <= vector) {
+            for (long i = 0; i <= lastWord; ++i)
+                single(i);
             return;
-
-        const auto loop = [&](long i, long e, long count) {
-            for (long k = 0; k < count; ++k) {
-                const Word before = alongX ? p.column(i + k - 1) : 0;
-                const Word after = alongX ? p.column(i + k + 1) : 0;
-                out[i + k] = word(p, i + k, before, after, first[e + k], last[e + k], out[i + k]);
-            }
-        };
-        const long rowWords = ends.numWords();
-        const long stride = block % rowWords;
-        long i = 1;
-        long inRow = 1 % rowWords;
-        for (; i + block < numWords; i += block) {
-            loop(i, ends.blockAt(inRow), block);
-            inRow += stride;
-            if (inRow >= rowWords)
-                inRow -= rowWords;
         }
-        if (i < numWords - 1)
-            loop(i, ends.blockAt(inRow), numWords - 1 - i);
-        single(numWords - 1, p.column(numWords - 2), 0);
+        single(0);
+        ends.moveTo(w.firstWord + 1);
+        const auto one = [&](long i) { loop<vector>(n, i, ends.first + i - 1, ends.last + i - 1, out); };
+        one(1);
+        if (lastWord <= block) {
+            for (long i = 1 + vector; i + vector <= lastWord; i += vector)
+                one(i);
+            one(lastWord - vector);
+        } else {
+            const auto many = [&](long i) {
+                ends.moveTo(w.firstWord + i);
+                loop<block>(n, i, ends.first, ends.last, out);
+            };
+            // From there on vectors do not cross the lines of the cache.
+            long i = vector - long(reinterpret_cast<std::uintptr_t>(out) / sizeof(Word) % vector);
+            for (; i + block <= lastWord; i += block)
+                many(i);
+            many(lastWord - block);
+        }
+        single(lastWord);
     }
 
-    static void combine(const Rows& rows)
+    static void combine(const Words& words)
     {
-        const Word* const* n = rows.neighbours;
-        zbMultiversion([center = rows.center, n0 = n[0], n1 = n[1], n2 = n[2], n3 = n[3], out = rows.out,
-                        numWords = rows.numWords,
-                        ends = rows.ends] { run(center, n0, n1, n2, n3, out, numWords, *ends); });
+        zbMultiversion([words] { run(words); });
     }
 };
 
-using Combine = void (*)(const Rows&);
+using Combine = void (*)(const Words&);
 
-/// Takes rows of bits from anywhere in a field to the boundaries of words.
-void unpackRows(const Word* words, long totalWords, long firstBit, long nx, long numRows, Word* out)
+/// Takes bits from anywhere in a field to the boundary of a word. The last word is filled up with arbitrary bits.
+void unpackBits(const Word* words, long totalWords, long firstBit, long numBits, Word* out)
 {
-    // Whole vectors are written; what is too much is overwritten by the next row, or in the room behind the rows.
-    constexpr long vector = 8;
-    const long rowWords = wordsFor(nx);
-    zbMultiversion([=] {
-        Word* to = out;
-        long bit = firstBit;
-        for (long row = 0; row < numRows; ++row, bit += nx, to += rowWords) {
-            const Word* const from = words + bit / wordBits;
-            const auto shift = unsigned(bit % wordBits);
-            const long available = totalWords - bit / wordBits;
-            long k = 0;
-            for (; k < rowWords && k + vector < available; k += vector)
-                for (long i = 0; i < vector; ++i)
-                    to[k + i] = funnel(from[k + i], from[k + i + 1], shift);
-            for (; k < rowWords && k < available; ++k)
-                to[k] = funnel(from[k], k + 1 < available ? from[k + 1] : 0, shift);
-        }
+    const long count = wordsFor(numBits);
+    const Word* const from = words + firstBit / wordBits;
+    const auto shift = unsigned(firstBit % wordBits);
+    if (shift == 0) {
+        std::memcpy(out, from, size_t(count) * sizeof(Word));
+        return;
+    }
+    const bool isCut = firstBit / wordBits + count >= totalWords;  // the last word has no next one
+    zbMultiversion([=, n = count - isCut] {
+        for (long k = 0; k < n; ++k)
+            out[k] = funnel(from[k], from[k + 1], shift);
     });
+    if (isCut)
+        out[count - 1] = from[count - 1] >> shift;
 }
 
-/// Puts rows from the boundaries of words one after the other into a field, from some bit on.
+/// Puts slices from the boundaries of words one after the other into a field, from some bit on.
 ///
-/// Words that hold bits of others as well, which are the first and the last one, are changed atomically, those in
-/// between are written once.
-class RowPacker
+/// The first and the last word may hold bits of others as well and are then changed atomically; those in between are
+/// written once.
+class SlicePacker
 {
 public:
     /// For the bits of [firstBit, endBit) of totalBits.
-    RowPacker(Word* words, long firstBit, long endBit, long totalBits)
+    SlicePacker(Word* words, long firstBit, long endBit, long totalBits)
         : m_words(words)
         , m_bit(firstBit)
         , m_firstBit(firstBit)
@@ -230,16 +285,31 @@ public:
     {
     }
 
-    /// Reads a word in front of the rows and some behind them, whatever they are.
-    void append(const Word* rows, long nx, long numRows)
+    /// Reads a word in front of the bits and one behind them, whatever they are.
+    void append(const Word* bits, long numBits)
     {
-        zbMultiversion([=, this] {
-            RowPacker local = *this;
-            const long rowWords = wordsFor(nx);
-            for (long row = 0; row < numRows; ++row)
-                local.appendRow(rows + row * rowWords, nx);
-            *this = local;
-        });
+        const auto shift = unsigned(m_bit % wordBits);
+        const long index = m_bit / wordBits;
+        m_bit += numBits;
+        const long numWhole = m_bit / wordBits - index;
+        const auto shifted = [=](long k) {
+            return shift == 0 ? bits[k] : funnel(bits[k - 1], bits[k], 32 - shift);
+        };
+        const Word head = m_pending | bits[0] << shift;
+        if (numWhole == 0) {
+            m_pending = head & bitsBelow(m_bit);
+            return;
+        }
+        Word* const to = m_words + index;
+        if (shift == 0)
+            std::memcpy(to + 1, bits + 1, size_t(numWhole - 1) * sizeof(Word));
+        else
+            zbMultiversion([=] {
+                for (long k = 1; k < numWhole; ++k)
+                    to[k] = funnel(bits[k - 1], bits[k], 32 - shift);
+            });
+        store(index, head);
+        m_pending = shifted(numWhole) & bitsBelow(m_bit);
     }
 
     /// Writes what is left of the last word.
@@ -250,34 +320,6 @@ public:
     }
 
 private:
-    void appendRow(const Word* row, long nx)
-    {
-        constexpr long vector = 8;
-        const auto shift = unsigned(m_bit % wordBits);
-        const long index = m_bit / wordBits;
-        Word* const to = m_words + index;
-        m_bit += nx;
-        const long numWhole = m_bit / wordBits - index;
-        const auto shifted = [=](long k) { return row[k] << shift | row[k - 1] >> 1 >> (31 - shift); };
-        const Word head = m_pending | row[0] << shift;
-        if (numWhole == 0) {
-            m_pending = head & bitsBelow(m_bit);
-            return;
-        }
-        const long room = m_endBit / wordBits - index;
-        long k = 1;
-        for (; k < numWhole && k + vector <= room; k += vector)
-            for (long i = 0; i < vector; ++i)
-                to[k + i] = shifted(k + i);
-        for (; k < numWhole; ++k)
-            to[k] = shifted(k);
-        if (index == m_firstBit / wordBits)
-            store(index, head);
-        else
-            to[0] = head;
-        m_pending = shifted(numWhole) & bitsBelow(m_bit);
-    }
-
     /// The own bits of a word that may have others.
     void store(long index, Word bits)
     {
@@ -295,12 +337,12 @@ private:
         word.fetch_or(bits & own, std::memory_order_relaxed);
     }
 
-    Word* m_words;
-    long m_bit;          // where the next row begins
+    Word* const m_words;
+    long m_bit;          // where the next slice begins
     Word m_pending = 0;  // the bits of its word that are in front of it
-    long m_firstBit;
-    long m_endBit;
-    bool m_isLast;  // behind the last bit there is only padding, which becomes clear
+    const long m_firstBit;
+    const long m_endBit;
+    const bool m_isLast;  // behind the last bit there is only padding, which becomes clear
 };
 
 struct FreeWords {
@@ -308,45 +350,43 @@ struct FreeWords {
 };
 
 enum class Operation { Erode, Dilate };
-enum class Axes { Cross, SquareXY };
 
 struct Rule {
     Operation operation;
-    Axes axes = Axes::Cross;
+    bool isSquare = false;  // in x and one other axis, the other flag being false
     bool alongZ = true, alongY = true, alongX = true;
     const ZbBitfield* protect = nullptr;
 };
 
-template <typename R, bool isProtected>
-Combine chooseCross(int numNeighbours, bool alongX)
+template <typename R, Shape shape, bool isProtected>
+Combine choose(bool isShifted)
 {
-    if (numNeighbours == 4)
-        return alongX ? Step<R, Shape::Cross, 4, true, isProtected>::combine
-                      : Step<R, Shape::Cross, 4, false, isProtected>::combine;
-    return alongX ? Step<R, Shape::Cross, 2, true, isProtected>::combine
-                  : Step<R, Shape::Cross, 2, false, isProtected>::combine;
+    return isShifted ? Step<R, shape, true, isProtected>::combine
+                     : Step<R, shape, false, isProtected>::combine;
 }
 
-Combine choose(const Rule& rule, int numNeighbours)
+Combine choose(const Rule& rule, bool hasTwoPairs, bool isShifted)
 {
-    if (rule.operation == Operation::Erode) {
-        if (rule.axes == Axes::SquareXY)
-            return Step<Erosion, Shape::Square, 2, true, false>::combine;
-        return rule.protect ? chooseCross<Erosion, true>(numNeighbours, rule.alongX)
-                            : chooseCross<Erosion, false>(numNeighbours, rule.alongX);
-    }
-    if (rule.axes == Axes::SquareXY)
-        return Step<Dilation, Shape::Square, 2, true, false>::combine;
-    return numNeighbours == 4 ? Step<Dilation, Shape::Cross, 4, true, false>::combine
-                              : Step<Dilation, Shape::Cross, 2, true, false>::combine;
+    using enum Shape;
+    if (rule.operation == Operation::Dilate)
+        return rule.isSquare ? choose<Dilation, Square, false>(isShifted)
+               : hasTwoPairs ? choose<Dilation, TwoPairs, false>(isShifted)
+                             : choose<Dilation, OnePair, false>(isShifted);
+    if (rule.isSquare)
+        return choose<Erosion, Square, false>(isShifted);
+    if (rule.protect)
+        return hasTwoPairs ? choose<Erosion, TwoPairs, true>(isShifted)
+                           : choose<Erosion, OnePair, true>(isShifted);
+    return hasTwoPairs ? choose<Erosion, TwoPairs, false>(isShifted)
+                       : choose<Erosion, OnePair, false>(isShifted);
 }
 
 /// Several steps in one pass over a range of slices: as soon as a slice and its neighbours have been through one step,
 /// the next one takes it, from the cache.
 ///
-/// Level 0 is src, level numSteps is dst. Of each level between them, and of an end of the pass whose rows are not at
-/// the boundaries of words, the last three slices are kept. So level l may make slice z once level l - 1 has made
-/// slice z + 1. Slices outside of the range that the steps need are computed as well.
+/// Level 0 is src, level numSteps is dst. Of each level between them the last three slices are kept, each beginning
+/// with a word; where that is not so in the fields (not inPlace), of both ends too. So level l may make slice z once
+/// level l - 1 has made slice z + 1. Slices outside of the range that the steps need are computed as well.
 class SlicePass
 {
 public:
@@ -359,16 +399,16 @@ public:
         , m_size(size)
         , m_inPlace(inPlace)
         , m_numSteps(numSteps)
-        , m_ends(size.nx)
-        , m_sliceWords(m_ends.numWords() * size.ny)
-        , m_usesY((rule.alongY || rule.axes == Axes::SquareXY) && size.ny > 1)
-        , m_usesZ(rule.alongZ && rule.axes == Axes::Cross && size.nz > 1)
-        , m_combine(choose(rule, m_usesY && m_usesZ ? 4 : 2))
+        , m_usesY(rule.alongY && size.ny > 1)
+        , m_usesZ(rule.alongZ && size.nz > 1)
+        , m_isShifted(m_usesY && size.nx % wordBits != 0)
+        , m_ends(size.nx, rule.alongX)
+        , m_combine(choose(rule, m_usesY && m_usesZ, m_isShifted))
     {
     }
 
-    /// Scratch words for a pass.
-    static long numSlices(bool inPlace, long numSteps)
+    /// The slices that are kept.
+    static long numScratch(bool inPlace, long numSteps)
     {
         return inPlace ? 3 * (numSteps - 1) : 3 * numSteps + 1;
     }
@@ -376,9 +416,8 @@ public:
     void run(long zBegin, long zEnd)
     {
         const long reach = m_usesZ ? 1 : 0;
-        const long sliceBits = m_size.nx * m_size.ny;
         allocate();
-        RowPacker packer(m_dst, zBegin * sliceBits, zEnd * sliceBits, sliceBits * m_size.nz);
+        SlicePacker packer(m_dst, zBegin * m_sliceBits, zEnd * m_sliceBits, m_size.numVoxels());
         // What a level has to make.
         const auto begin = [=, this](long level) {
             return std::max(0L, zBegin - (m_numSteps - level) * reach);
@@ -388,41 +427,64 @@ public:
         };
         long unpacked = begin(0);
         for (long newest = begin(1); newest < zEnd + m_numSteps - 1; ++newest) {
-            for (; !m_inPlace && unpacked <= newest + reach && unpacked < end(0); ++unpacked)
-                unpackRows(m_src, wordsFor(sliceBits * m_size.nz), unpacked * sliceBits, m_size.nx, m_size.ny,
-                           scratch(0, unpacked));
+            for (; !m_inPlace && unpacked <= newest + reach && unpacked < end(0); ++unpacked) {
+                unpack(m_src, unpacked, scratch(0, unpacked));
+                finishSlice(scratch(0, unpacked));
+            }
             for (long level = 1; level <= m_numSteps; ++level) {
                 const long z = newest - (level - 1);
                 if (z < begin(level) || z >= end(level))
                     continue;
                 makeSlice(level, z);
-                if (level == m_numSteps && !m_inPlace)
-                    packer.append(scratch(level, z), m_size.nx, m_size.ny);
+                if (level == m_numSteps && !m_writesInPlace)
+                    packer.append(scratch(level, z), m_sliceBits);
             }
         }
-        if (!m_inPlace)
+        if (!m_writesInPlace)
             packer.finish();
     }
 
 private:
-    static constexpr long room =
-        32;  // around slices, which are read and written by a little more than they have
-    // Slices whose distance is a multiple of 4 KiB would make loads wait for stores that they do not depend on.
-    long stride() const { return (m_sliceWords + room + 1023) / 1024 * 1024 + 304; }
+    Word neutral() const
+    {
+        return m_rule.operation == Operation::Erode ? Erosion::neutral : Dilation::neutral;
+    }
 
     void allocate()
     {
-        const long count = numSlices(m_inPlace, m_numSteps);
-        if (count > 0)
-            m_scratch.reset(
-                static_cast<Word*>(zbmalloc(sizeof(Word) * (unsigned long)(count * stride() + room))));
+        const long count = numScratch(m_inPlace, m_numSteps);
+        if (count == 0)
+            return;
+        // Slices whose distance is a multiple of 4 KiB would make loads wait for stores that they do not depend on.
+        m_stride = (m_sliceWords + m_room + 1023) / 1024 * 1024 + 304;
+        const long numWords = count * m_stride + m_room;
+        m_scratch.reset(static_cast<Word*>(zbmalloc(sizeof(Word) * (unsigned long)(numWords))));
+        for (long slot = 0; slot < count; ++slot) {
+            Word* const slice = m_scratch.get() + m_room + slot * m_stride;
+            std::fill_n(slice - m_room, m_room, neutral());
+            std::fill_n(slice + m_sliceWords, m_room, neutral());
+        }
     }
 
+    /// Where a slice is kept. Around it there is a row of neutral bits, in place of the rows outside of the grid.
     Word* scratch(long level, long z) const
     {
         const long firstLevel = m_inPlace ? 1 : 0;
         const long slot = 3 * (level - firstLevel) + (level < m_numSteps ? z % 3 : 0);
-        return m_scratch.get() + room + slot * stride();
+        return m_scratch.get() + m_room + slot * m_stride;
+    }
+
+    /// The row of neutral bits begins within the last word.
+    void finishSlice(Word* slice) const
+    {
+        Word& word = slice[m_sliceWords - 1];
+        const Word own = m_sliceBits % wordBits != 0 ? bitsBelow(m_sliceBits) : ~Word(0);
+        word = (word & own) | (neutral() & ~own);
+    }
+
+    void unpack(const Word* words, long z, Word* out) const
+    {
+        unpackBits(words, wordsFor(m_size.numVoxels()), z * m_sliceBits, m_sliceBits, out);
     }
 
     const Word* read(long level, long z) const
@@ -432,39 +494,51 @@ private:
 
     Word* write(long level, long z) const
     {
-        return m_inPlace && level == m_numSteps ? m_dst + z * m_sliceWords : scratch(level, z);
+        return m_writesInPlace && level == m_numSteps ? m_dst + z * m_sliceWords : scratch(level, z);
     }
 
     void makeSlice(long level, long z)
     {
         const Word* const center = read(level - 1, z);
         Word* const out = write(level, z);
-        if (m_protect) {
-            if (m_inPlace)
-                std::memcpy(out, m_protect + z * m_sliceWords, size_t(m_sliceWords) * sizeof(Word));
-            else
-                unpackRows(m_protect, wordsFor(m_size.numVoxels()), z * m_size.nx * m_size.ny, m_size.nx,
-                           m_size.ny, out);
-        }
+        if (m_protect)
+            unpack(m_protect, z, out);
         const Word* const before = m_usesZ && z > 0 ? read(level - 1, z - 1) : center;
         const Word* const behind = m_usesZ && z < m_size.nz - 1 ? read(level - 1, z + 1) : center;
-        const long rowWords = m_ends.numWords();
+        const long nx = m_size.nx;
         if (!m_usesY) {
-            m_combine({center, {before, behind, center, center}, out, m_sliceWords, &m_ends});
-            return;
+            m_combine({center, {before, behind}, {0, 0}, {center, center}, out, m_sliceWords, &m_ends, 0});
+        } else if (m_isShifted) {
+            m_combine({center,
+                       {center - wordsFor(nx), center + nx / wordBits},
+                       {unsigned(wordsFor(nx) * wordBits - nx), unsigned(nx % wordBits)},
+                       {before, behind},
+                       out,
+                       m_sliceWords,
+                       &m_ends,
+                       0});
+        } else {
+            // In a field there are no neutral rows.
+            const long rowWords = nx / wordBits;
+            const auto rows = [&](long firstRow, long count, long above, long below) {
+                const long i = firstRow * rowWords;
+                const Word* const row = center + i;
+                m_combine({row,
+                           {row - above * rowWords, row + below * rowWords},
+                           {0, 0},
+                           {before + i, behind + i},
+                           out + i,
+                           count * rowWords,
+                           &m_ends,
+                           i});
+            };
+            rows(0, 1, 0, 1);
+            if (m_size.ny > 2)
+                rows(1, m_size.ny - 2, 1, 1);
+            rows(m_size.ny - 1, 1, 1, 0);
         }
-        const auto rows = [&](long firstRow, long count, long above, long below) {
-            const long i = firstRow * rowWords;
-            m_combine({center + i,
-                       {center + i - above * rowWords, center + i + below * rowWords, before + i, behind + i},
-                       out + i,
-                       count * rowWords,
-                       &m_ends});
-        };
-        rows(0, 1, 0, 1);
-        if (m_size.ny > 2)
-            rows(1, m_size.ny - 2, 1, 1);
-        rows(m_size.ny - 1, 1, 1, 0);
+        if (level < m_numSteps)
+            finishSlice(out);
     }
 
     const Rule m_rule;
@@ -472,21 +546,32 @@ private:
     Word* const m_dst;
     const Word* const m_protect;
     const GridSize m_size;
-    const bool m_inPlace;  // the rows of src and dst are at the boundaries of words and stay where they are
+    const bool m_inPlace;  // rows are whole words, and slices stay where they are in src and dst
     const long m_numSteps;
-    const RowEnds m_ends;
-    const long m_sliceWords;
+    const long m_sliceBits = m_size.nx * m_size.ny;
+    const long m_sliceWords = wordsFor(m_sliceBits);
+    const bool m_writesInPlace = m_sliceBits % wordBits == 0;
     const bool m_usesY, m_usesZ;  // there are neighbours in y, in z
+    const bool m_isShifted;
+    RowEnds m_ends;
     const Combine m_combine;
+    const long m_room = (m_size.ny > 1 ? wordsFor(m_size.nx) : 0) + 8;  // neutral words around slices
+    long m_stride = 0;                                                  // from slice to slice
     std::unique_ptr<Word, FreeWords> m_scratch;
 };
 
-void runPass(const Rule& rule, const ZbBitfield& src, ZbBitfield& dst, const ZbVec3i& dims, bool inPlace,
-             long zBegin, long zEnd, int steps)
+void runPass(Rule rule, const ZbBitfield& src, ZbBitfield& dst, ZbVec3i dims, bool inPlace, long zBegin,
+             long zEnd, int steps)
 {
     const ZbWatch watch;
-    const GridSize size(dims.x, dims.y, dims.z);
-    SlicePass(rule, src, dst, size, inPlace, steps).run(zBegin, zEnd);
+    // One slice is a row now, and what was a row is a slice.
+    if (const ZbVec3i image = asRows(dims); image.z != dims.z && !(inPlace && steps == 1)) {
+        dims = image;
+        zEnd = image.z;
+        rule.alongZ = rule.alongY;
+        rule.alongY = false;
+    }
+    SlicePass(rule, src, dst, GridSize(dims.x, dims.y, dims.z), inPlace, steps).run(zBegin, zEnd);
 }
 
 }  // namespace
@@ -495,7 +580,7 @@ void erodeBitfieldRegionFastGeneral(const ZbBitfield& src, ZbBitfield& dst, cons
                                     const SliceRange& range, bool alongZ, bool alongY, bool alongX,
                                     const ZbBitfield* protect, int steps)
 {
-    runPass({Operation::Erode, Axes::Cross, alongZ, alongY, alongX, protect}, src, dst, dims, false,
+    runPass({Operation::Erode, false, alongZ, alongY, alongX, protect}, src, dst, dims, false,
             long(range.begin()), long(range.end()), steps);
 }
 
@@ -503,7 +588,7 @@ void erodeBitfieldRegionFast(const ZbBitfield& src, ZbBitfield& dst, const ZbVec
                              const SliceRange& range, bool alongZ, bool alongY, bool alongX,
                              const ZbBitfield* protect, int steps)
 {
-    runPass({Operation::Erode, Axes::Cross, alongZ, alongY, alongX, protect}, src, dst, dims, true,
+    runPass({Operation::Erode, false, alongZ, alongY, alongX, protect}, src, dst, dims, true,
             long(range.begin()), long(range.end()), steps);
 }
 
@@ -526,30 +611,40 @@ void dilateBitfieldFast(const ZbBitfield& src, ZbBitfield& dst, const ZbVec3i& d
 
 void erodeBitfieldFastGeneral2D_8(const ZbBitfield& src, ZbBitfield& dst, const ZbVec2i& dims)
 {
-    runPass({Operation::Erode, Axes::SquareXY}, src, dst, ZbVec3i(dims.x, dims.y, 1), false, 0, 1, 1);
+    runPass({.operation = Operation::Erode, .isSquare = true}, src, dst, ZbVec3i(dims.x, dims.y, 1), false, 0,
+            1, 1);
 }
 
 void dilateBitfieldFastGeneral2D_8(const ZbBitfield& src, ZbBitfield& dst, const ZbVec2i& dims)
 {
-    runPass({Operation::Dilate, Axes::SquareXY}, src, dst, ZbVec3i(dims.x, dims.y, 1), false, 0, 1, 1);
+    runPass({.operation = Operation::Dilate, .isSquare = true}, src, dst, ZbVec3i(dims.x, dims.y, 1), false,
+            0, 1, 1);
 }
 
 void erodeBitfieldFast2D_8(const ZbBitfield& src, ZbBitfield& dst, const ZbVec2i& dims)
 {
-    runPass({Operation::Erode, Axes::SquareXY}, src, dst, ZbVec3i(dims.x, dims.y, 1), true, 0, 1, 1);
+    runPass({.operation = Operation::Erode, .isSquare = true}, src, dst, ZbVec3i(dims.x, dims.y, 1), true, 0,
+            1, 1);
 }
 
 void dilateBitfieldFast2D_8(const ZbBitfield& src, ZbBitfield& dst, const ZbVec2i& dims)
 {
-    runPass({Operation::Dilate, Axes::SquareXY}, src, dst, ZbVec3i(dims.x, dims.y, 1), true, 0, 1, 1);
+    runPass({.operation = Operation::Dilate, .isSquare = true}, src, dst, ZbVec3i(dims.x, dims.y, 1), true, 0,
+            1, 1);
+}
+
+ZbVec3i asRows(const ZbVec3i& dims)
+{
+    // Short rows would be worth less than what there is to do for each slice.
+    const bool isWorthIt = dims.x >= 1024 || long(dims.x) * dims.y > 8 * cacheBytes / 8;
+    return dims.z == 1 && isWorthIt ? ZbVec3i(dims.x, 1, dims.y) : dims;
 }
 
 int stepsInOnePass(const ZbVec3i& dims, int wanted)
 {
-    constexpr long cacheBytes = 1 << 20;  // about half of a second-level cache
-    const long sliceBytes = 4 * wordsFor(dims.x) * dims.y;
+    const long sliceBytes = 4 * wordsFor(long(dims.x) * dims.y);
     int steps = 1;
-    while (steps < wanted && SlicePass::numSlices(false, steps + 1) * sliceBytes <= cacheBytes)
+    while (steps < wanted && SlicePass::numScratch(false, steps + 1) * sliceBytes <= cacheBytes)
         ++steps;
     return steps;
 }
