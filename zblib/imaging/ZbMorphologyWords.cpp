@@ -28,7 +28,7 @@ using Word = unsigned int;
 constexpr long wordBits = 32;
 constexpr long vector = 8;            // words that a vector has, for loops of constant length
 constexpr long cacheBytes = 1 << 20;  // for scratch memory: about half of a second-level cache
-constexpr long block = 128;           // words between two looks at where rows end
+constexpr long block = 256;           // words between two looks at where rows end
 
 /// The words of n bits.
 constexpr long wordsFor(long n)
@@ -58,8 +58,7 @@ public:
             m_first.fill(~Word(0));
             m_last.fill(~Word(0));
         } else if (m_period <= longestPeriod) {
-            for (long w = 0; w < m_period + block; ++w)
-                mark(w % m_period, w);
+            mark(0, m_period + block, true);
         }
     }
 
@@ -67,21 +66,15 @@ public:
     void moveTo(long word)
     {
         if (m_period <= longestPeriod) {
-            const auto offset = unsigned(word) % unsigned(m_period);
+            const auto offset = (unsigned long)(word) % (unsigned long)(m_period);
             first = m_first.data() + offset;
             last = m_last.data() + offset;
             return;
         }
-        // Few rows end in a block.
-        for (; m_numMarked > 0; --m_numMarked)
-            m_first[m_marked[m_numMarked - 1]] = m_last[m_marked[m_numMarked - 1]] = 0;
-        const long begin = word * wordBits;
-        for (long end = (begin + m_nx - 1) / m_nx * m_nx; end <= begin + block * wordBits; end += m_nx)
-            for (const long bit : {end - 1, end})
-                if (const long w = bit / wordBits - word; bit >= begin && w < block) {
-                    mark(word + w, w);
-                    m_marked[m_numMarked++] = size_t(w);
-                }
+        if (m_marked >= 0)
+            mark(m_marked, block, false);
+        mark(word, block, true);
+        m_marked = word;
         first = m_first.data();
         last = m_last.data();
     }
@@ -92,24 +85,28 @@ public:
 private:
     static constexpr long longestPeriod = 1024;
 
-    /// Sets entry w to what word of a slice has.
-    void mark(long word, long w)
+    /// Sets or clears the ends of rows in numWords words of a slice, from entry 0 on.
+    void mark(long word, long numWords, bool isSet)
     {
         const long begin = word * wordBits;
-        for (long end = (begin + m_nx - 1) / m_nx * m_nx; end <= begin + wordBits; end += m_nx) {
-            if (end < begin + wordBits)
-                m_first[size_t(w)] |= Word(1) << end % wordBits;
-            if (end > begin)
-                m_last[size_t(w)] |= Word(1) << (end - 1) % wordBits;
+        const long end = begin + numWords * wordBits;
+        const auto put = [=](Word& entry, long bit) {
+            const Word mask = Word(1) << bit % wordBits;
+            entry = isSet ? entry | mask : entry & ~mask;
+        };
+        for (long next = (begin + m_nx - 1) / m_nx * m_nx; next <= end; next += m_nx) {
+            if (next < end)
+                put(m_first[size_t(next / wordBits - word)], next);
+            if (next > begin)
+                put(m_last[size_t((next - 1) / wordBits - word)], next - 1);
         }
     }
 
     const long m_nx;
     const long m_period;  // words after which the ends of rows are in the same bits again
+    long m_marked = -1;   // the word of entry 0 where the period is too long for the tables
     std::array<Word, size_t(longestPeriod + block)> m_first{};
     std::array<Word, size_t(longestPeriod + block)> m_last{};
-    std::array<size_t, 2 * (block * wordBits / longestPeriod + 2)> m_marked;
-    size_t m_numMarked = 0;
 };
 
 struct Erosion {
@@ -124,17 +121,23 @@ struct Dilation {
     static Word outside(Word a, Word mask) { return a & ~mask; }
 };
 
-/// Words to combine into as many. A pair of neighbours in y or z begins with the neighbours of center[0].
+/// Words whose bits begin at bit shift of the first one.
+struct ShiftedWords {
+    const Word* words = nullptr;
+    unsigned shift = 0;  // below 32
+};
+
+/// Words to combine into as many.
 struct Words {
     const Word* center;
-    // The first pair is that in y if there is one; then its bits are shifted by less than a word.
-    const Word* pair[2];
-    unsigned shifts[2];
-    const Word* otherPair[2];
+    // Where the neighbours of the bits of center begin. The first pair is that in y, if there is one.
+    ShiftedWords pair[2];
+    ShiftedWords otherPair[2];
     Word* out;  // with protection: the protected bits come in, the result goes out
     long numWords;
     RowEnds* ends;
-    long firstWord;  // the place of the words in their slice
+    long firstWord;       // the place of the words in the slice, or in the field
+    bool goesOn = false;  // on both sides the word next to these may be read, for the neighbours in x
 };
 
 enum class Shape {
@@ -143,7 +146,7 @@ enum class Shape {
     Square,    // one axis beside x, with the neighbours that differ in both
 };
 
-template <typename Rule, Shape shape, bool isShifted, bool isProtected>
+template <typename Rule, Shape shape, bool isShifted, bool isOtherShifted, bool isProtected>
 struct Step {
     struct Neighbours {
         const Word* center;
@@ -151,7 +154,7 @@ struct Step {
         const Word* b;
         const Word* c;
         const Word* d;
-        unsigned shiftA, shiftB;
+        unsigned shiftA, shiftB, shiftC, shiftD;
 
         Word pair(long i) const
         {
@@ -159,6 +162,13 @@ struct Step {
                 return Rule::combine(funnel(a[i], a[i + 1], shiftA), funnel(b[i], b[i + 1], shiftB));
             else
                 return Rule::combine(a[i], b[i]);
+        }
+        Word otherPair(long i) const
+        {
+            if constexpr (isOtherShifted)
+                return Rule::combine(funnel(c[i], c[i + 1], shiftC), funnel(d[i], d[i + 1], shiftD));
+            else
+                return Rule::combine(c[i], d[i]);
         }
         /// What is looked at beside the voxel itself, to the left and to the right.
         Word column(long i) const
@@ -168,50 +178,69 @@ struct Step {
             else
                 return center[i];
         }
-        Word result(long i, Word before, Word after, Word first, Word last, Word protect) const
+        static Word row(Word here, Word before, Word after, Word first, Word last)
         {
-            const Word here = column(i);
             const Word left = Rule::outside(here << 1 | before >> 31, first);
             const Word right = Rule::outside(here >> 1 | after << 31, last);
-            Word all = Rule::combine(here, Rule::combine(left, right));
+            return Rule::combine(here, Rule::combine(left, right));
+        }
+        Word result(long i, Word before, Word after, Word first, Word last, Word protect) const
+        {
+            Word all = row(column(i), before, after, first, last);
             if constexpr (shape != Shape::Square)
                 all = Rule::combine(all, pair(i));
             if constexpr (shape == Shape::TwoPairs)
-                all = Rule::combine(all, Rule::combine(c[i], d[i]));
+                all = Rule::combine(all, otherPair(i));
             if constexpr (isProtected)
                 all = center[i] & (all | protect);
             return all;
         }
     };
 
-    /// The words from i on, of which none is the first or the last of all.
+    /// The words from i on, of which none is the first or the last of all. first and last are theirs.
     template <long count>
     static void loop(const Neighbours& n, long i, const Word* first, const Word* last, Word* out)
     {
-        // out overlaps nothing that is read, but for the word itself.
+        // Columns are made once, not three times.
+        Word columns[shape == Shape::Square ? count + 2 : 1];
+        if constexpr (shape == Shape::Square)
+            for (long k = 0; k < count + 2; ++k)
+                columns[k] = n.column(i + k - 1);
+                // out overlaps nothing that is read, but for the word itself.
 #ifdef __clang__
 #pragma clang loop vectorize(assume_safety)
 #else
 #pragma GCC ivdep
 #endif
-        for (long k = i; k < i + count; ++k)
-            out[k] = n.result(k, n.column(k - 1), n.column(k + 1), first[k - i], last[k - i],
-                              isProtected ? out[k] : 0);
+        for (long k = 0; k < count; ++k) {
+            if constexpr (shape == Shape::Square)
+                out[i + k] = n.row(columns[k + 1], columns[k], columns[k + 2], first[k], last[k]);
+            else
+                out[i + k] = n.result(i + k, n.center[i + k - 1], n.center[i + k + 1], first[k], last[k],
+                                      isProtected ? out[i + k] : 0);
+        }
     }
 
     // Nothing beyond the words of center is read, so the first and the last one stand alone. A word that is made
     // twice is the same again, with protection too.
     static void run(const Words& w)
     {
-        const Neighbours n{w.center,       w.pair[0],   w.pair[1],  w.otherPair[0],
-                           w.otherPair[1], w.shifts[0], w.shifts[1]};
+        const Neighbours n{w.center,
+                           w.pair[0].words,
+                           w.pair[1].words,
+                           w.otherPair[0].words,
+                           w.otherPair[1].words,
+                           w.pair[0].shift,
+                           w.pair[1].shift,
+                           w.otherPair[0].shift,
+                           w.otherPair[1].shift};
         RowEnds& ends = *w.ends;
         const long lastWord = w.numWords - 1;
         Word* const out = w.out;
         const auto single = [&](long i) {
             ends.moveTo(w.firstWord + i);
-            const Word before = i > 0 ? n.column(i - 1) : 0;
-            const Word after = i < lastWord ? n.column(i + 1) : 0;
+            const Word before = w.goesOn || i > 0 ? n.column(i - 1) : 0;
+            const Word after = w.goesOn || i < lastWord ? n.column(i + 1) : 0;
             out[i] = n.result(i, before, after, *ends.first, *ends.last, out[i]);
         };
         if (lastWord <= vector) {
@@ -268,20 +297,59 @@ void unpackBits(const Word* words, long totalWords, long firstBit, long numBits,
         out[count - 1] = from[count - 1] >> shift;
 }
 
+/// The words of a field that hold the bits of [firstBit, endBit). Of the first and the last one others may write other
+/// bits at the same time.
+class SharedEnds
+{
+public:
+    SharedEnds() = default;
+    SharedEnds(Word* words, long firstBit, long endBit, long totalBits)
+        : m_words(words)
+        , m_first(firstBit / wordBits)
+        , m_last(endBit / wordBits)
+        , m_ownOfFirst(~bitsBelow(firstBit))
+        // Behind the last bit of all there is only padding, which becomes clear.
+        , m_ownOfLast(endBit == totalBits ? ~Word(0) : bitsBelow(endBit))
+        , m_lastKept(endBit == totalBits ? bitsBelow(endBit) : ~Word(0))
+    {
+    }
+
+    Word* data() const { return m_words; }
+
+    /// Writes the own bits of a word.
+    void store(long index, Word bits) const
+    {
+        Word own = ~Word(0);
+        if (index == m_first)
+            own = m_ownOfFirst;
+        if (index == m_last) {
+            own &= m_ownOfLast;
+            bits &= m_lastKept;
+        }
+        if (own == ~Word(0)) {
+            m_words[index] = bits;
+            return;
+        }
+        const std::atomic_ref<Word> word(m_words[index]);
+        word.fetch_and(~own, std::memory_order_relaxed);
+        word.fetch_or(bits & own, std::memory_order_relaxed);
+    }
+
+private:
+    Word* m_words = nullptr;
+    long m_first = 0, m_last = 0;
+    Word m_ownOfFirst = 0, m_ownOfLast = 0;
+    Word m_lastKept = 0;
+};
+
 /// Puts slices from the boundaries of words one after the other into a field, from some bit on.
 ///
-/// The first and the last word may hold bits of others as well and are then changed atomically; those in between are
-/// written once.
 class SlicePacker
 {
 public:
     /// For the bits of [firstBit, endBit) of totalBits.
     SlicePacker(Word* words, long firstBit, long endBit, long totalBits)
-        : m_words(words)
-        , m_bit(firstBit)
-        , m_firstBit(firstBit)
-        , m_endBit(endBit)
-        , m_isLast(endBit == totalBits)
+        : m_words(words, firstBit, endBit, totalBits), m_bit(firstBit)
     {
     }
 
@@ -300,7 +368,7 @@ public:
             m_pending = head & bitsBelow(m_bit);
             return;
         }
-        Word* const to = m_words + index;
+        Word* const to = m_words.data() + index;
         if (shift == 0)
             std::memcpy(to + 1, bits + 1, size_t(numWhole - 1) * sizeof(Word));
         else
@@ -308,7 +376,7 @@ public:
                 for (long k = 1; k < numWhole; ++k)
                     to[k] = funnel(bits[k - 1], bits[k], 32 - shift);
             });
-        store(index, head);
+        m_words.store(index, head);
         m_pending = shifted(numWhole) & bitsBelow(m_bit);
     }
 
@@ -316,33 +384,13 @@ public:
     void finish()
     {
         if (m_bit % wordBits != 0)
-            store(m_bit / wordBits, m_pending);
+            m_words.store(m_bit / wordBits, m_pending);
     }
 
 private:
-    /// The own bits of a word that may have others.
-    void store(long index, Word bits)
-    {
-        Word own = ~Word(0);
-        if (index == m_firstBit / wordBits)
-            own &= ~bitsBelow(m_firstBit);
-        if (index == m_endBit / wordBits && !m_isLast)
-            own &= bitsBelow(m_endBit);
-        if (own == ~Word(0)) {
-            m_words[index] = bits;
-            return;
-        }
-        const std::atomic_ref<Word> word(m_words[index]);
-        word.fetch_and(~own, std::memory_order_relaxed);
-        word.fetch_or(bits & own, std::memory_order_relaxed);
-    }
-
-    Word* const m_words;
+    SharedEnds m_words;
     long m_bit;          // where the next slice begins
     Word m_pending = 0;  // the bits of its word that are in front of it
-    const long m_firstBit;
-    const long m_endBit;
-    const bool m_isLast;  // behind the last bit there is only padding, which becomes clear
 };
 
 struct FreeWords {
@@ -358,27 +406,53 @@ struct Rule {
     const ZbBitfield* protect = nullptr;
 };
 
-template <typename R, Shape shape, bool isProtected>
-Combine choose(bool isShifted)
-{
-    return isShifted ? Step<R, shape, true, isProtected>::combine
-                     : Step<R, shape, false, isProtected>::combine;
-}
-
-Combine choose(const Rule& rule, bool hasTwoPairs, bool isShifted)
+template <typename R, bool isProtected>
+Combine chooseCross(bool hasTwoPairs, bool isShifted, bool isOtherShifted)
 {
     using enum Shape;
+    if (!hasTwoPairs)
+        return isShifted ? Step<R, OnePair, true, false, isProtected>::combine
+                         : Step<R, OnePair, false, false, isProtected>::combine;
+    if (!isShifted)
+        return Step<R, TwoPairs, false, false, isProtected>::combine;
+    return isOtherShifted ? Step<R, TwoPairs, true, true, isProtected>::combine
+                          : Step<R, TwoPairs, true, false, isProtected>::combine;
+}
+
+template <typename R>
+Combine chooseSquare(bool isShifted)
+{
+    return isShifted ? Step<R, Shape::Square, true, false, false>::combine
+                     : Step<R, Shape::Square, false, false, false>::combine;
+}
+
+/// The step of a rule. Only where the first pair is shifted may the other one be.
+Combine choose(const Rule& rule, bool hasTwoPairs, bool isShifted, bool isOtherShifted)
+{
     if (rule.operation == Operation::Dilate)
-        return rule.isSquare ? choose<Dilation, Square, false>(isShifted)
-               : hasTwoPairs ? choose<Dilation, TwoPairs, false>(isShifted)
-                             : choose<Dilation, OnePair, false>(isShifted);
+        return rule.isSquare ? chooseSquare<Dilation>(isShifted)
+                             : chooseCross<Dilation, false>(hasTwoPairs, isShifted, isOtherShifted);
     if (rule.isSquare)
-        return choose<Erosion, Square, false>(isShifted);
-    if (rule.protect)
-        return hasTwoPairs ? choose<Erosion, TwoPairs, true>(isShifted)
-                           : choose<Erosion, OnePair, true>(isShifted);
-    return hasTwoPairs ? choose<Erosion, TwoPairs, false>(isShifted)
-                       : choose<Erosion, OnePair, false>(isShifted);
+        return chooseSquare<Erosion>(isShifted);
+    return rule.protect ? chooseCross<Erosion, true>(hasTwoPairs, isShifted, isOtherShifted)
+                        : chooseCross<Erosion, false>(hasTwoPairs, isShifted, isOtherShifted);
+}
+
+Word neutralOf(const Rule& rule)
+{
+    return rule.operation == Operation::Erode ? Erosion::neutral : Dilation::neutral;
+}
+
+/// Makes the bits of [begin, end) neutral.
+void makeNeutral(Word* words, long begin, long end, Word neutral)
+{
+    for (long bit = begin; bit < end;) {
+        const long next = std::min(end, bit / wordBits * wordBits + wordBits);
+        const Word kept = bitsBelow(bit) | (next % wordBits == 0 ? 0 : ~bitsBelow(next));
+        Word& word = words[bit / wordBits];
+        word = (word & kept) | (neutral & ~kept);
+        bit = next;
+    }
 }
 
 /// Several steps in one pass over a range of slices: as soon as a slice and its neighbours have been through one step,
@@ -403,7 +477,7 @@ public:
         , m_usesZ(rule.alongZ && size.nz > 1)
         , m_isShifted(m_usesY && size.nx % wordBits != 0)
         , m_ends(size.nx, rule.alongX)
-        , m_combine(choose(rule, m_usesY && m_usesZ, m_isShifted))
+        , m_combine(choose(rule, m_usesY && m_usesZ, m_isShifted, false))
     {
     }
 
@@ -445,11 +519,6 @@ public:
     }
 
 private:
-    Word neutral() const
-    {
-        return m_rule.operation == Operation::Erode ? Erosion::neutral : Dilation::neutral;
-    }
-
     void allocate()
     {
         const long count = numScratch(m_inPlace, m_numSteps);
@@ -461,8 +530,8 @@ private:
         m_scratch.reset(static_cast<Word*>(zbmalloc(sizeof(Word) * (unsigned long)(numWords))));
         for (long slot = 0; slot < count; ++slot) {
             Word* const slice = m_scratch.get() + m_room + slot * m_stride;
-            std::fill_n(slice - m_room, m_room, neutral());
-            std::fill_n(slice + m_sliceWords, m_room, neutral());
+            std::fill_n(slice - m_room, m_room, neutralOf(m_rule));
+            std::fill_n(slice + m_sliceWords, m_room, neutralOf(m_rule));
         }
     }
 
@@ -479,7 +548,7 @@ private:
     {
         Word& word = slice[m_sliceWords - 1];
         const Word own = m_sliceBits % wordBits != 0 ? bitsBelow(m_sliceBits) : ~Word(0);
-        word = (word & own) | (neutral() & ~own);
+        word = (word & own) | (neutralOf(m_rule) & ~own);
     }
 
     void unpack(const Word* words, long z, Word* out) const
@@ -507,16 +576,11 @@ private:
         const Word* const behind = m_usesZ && z < m_size.nz - 1 ? read(level - 1, z + 1) : center;
         const long nx = m_size.nx;
         if (!m_usesY) {
-            m_combine({center, {before, behind}, {0, 0}, {center, center}, out, m_sliceWords, &m_ends, 0});
+            m_combine({center, {{before}, {behind}}, {}, out, m_sliceWords, &m_ends, 0});
         } else if (m_isShifted) {
-            m_combine({center,
-                       {center - wordsFor(nx), center + nx / wordBits},
-                       {unsigned(wordsFor(nx) * wordBits - nx), unsigned(nx % wordBits)},
-                       {before, behind},
-                       out,
-                       m_sliceWords,
-                       &m_ends,
-                       0});
+            const ShiftedWords above{center - wordsFor(nx), unsigned(wordsFor(nx) * wordBits - nx)};
+            const ShiftedWords below{center + nx / wordBits, unsigned(nx % wordBits)};
+            m_combine({center, {above, below}, {{before}, {behind}}, out, m_sliceWords, &m_ends, 0});
         } else {
             // In a field there are no neutral rows.
             const long rowWords = nx / wordBits;
@@ -524,9 +588,8 @@ private:
                 const long i = firstRow * rowWords;
                 const Word* const row = center + i;
                 m_combine({row,
-                           {row - above * rowWords, row + below * rowWords},
-                           {0, 0},
-                           {before + i, behind + i},
+                           {{row - above * rowWords}, {row + below * rowWords}},
+                           {{before + i}, {behind + i}},
                            out + i,
                            count * rowWords,
                            &m_ends,
@@ -560,18 +623,179 @@ private:
     std::unique_ptr<Word, FreeWords> m_scratch;
 };
 
+/// One step over a range of slices whose bits stay where they are, so that neighbours in y and z begin anywhere in a
+/// word.
+///
+/// The words in which every bit has all of its neighbours are made straight from those of src, the others with copies
+/// of the neighbours in which what is missing is neutral.
+class FlatStep
+{
+public:
+    FlatStep(const Rule& rule, const ZbBitfield& src, ZbBitfield& dst, const GridSize& size)
+        : m_src(src.dataPtr())
+        , m_dst(dst.dataPtr())
+        , m_protect(rule.protect ? rule.protect->dataPtr() : nullptr)
+        , m_neutral(neutralOf(rule))
+        , m_nx(size.nx)
+        , m_nz(size.nz)
+        , m_sliceBits(size.nx * size.ny)
+        , m_numBits(size.numVoxels())
+        , m_usesY(rule.alongY && size.ny > 1)
+        , m_usesZ(rule.alongZ && size.nz > 1)
+        , m_ends(size.nx, rule.alongX)
+    {
+        const bool isSliceShifted = m_usesZ && m_sliceBits % wordBits != 0;
+        const bool isRowShifted = m_usesY && m_nx % wordBits != 0;
+        const bool both = m_usesY && m_usesZ;
+        m_combineCopies = choose(rule, both, false, false);
+        m_combine = choose(rule, both, m_usesY ? isRowShifted : isSliceShifted, both && isSliceShifted);
+    }
+
+    void run(long zBegin, long zEnd)
+    {
+        const long begin = zBegin * m_sliceBits;
+        const long end = zEnd * m_sliceBits;
+        m_shared = SharedEnds(m_dst, begin, end, m_numBits);
+        m_next = begin / wordBits;
+        if (m_usesY)
+            for (long z = zBegin; z < zEnd; ++z)
+                combineInside(z * m_sliceBits + m_nx, (z + 1) * m_sliceBits - m_nx);
+        else if (m_usesZ)
+            combineInside(std::max(begin, m_sliceBits), std::min(end, (m_nz - 1) * m_sliceBits));
+        else
+            combineInside(begin, end);
+        combineCopies(wordsFor(end));
+    }
+
+private:
+    static constexpr long margin = 1;  // word beside those that are made
+    using Buffer = std::array<Word, size_t(block + 2 * margin + 1)>;
+
+    ShiftedWords at(long bit) const { return {m_src + bit / wordBits, unsigned(bit % wordBits)}; }
+
+    /// The words up to that of end, where the bits of [begin, end) lack neighbours at most in z, which all of them do.
+    void combineInside(long begin, long end)
+    {
+        // The words around are read as well.
+        const long first = wordsFor(begin) + margin;
+        const long last = end / wordBits - margin;
+        if (last - first < vector)
+            return;
+        combineCopies(first);
+        const long bit = first * wordBits;
+        Words words{m_src + first, {}, {}, m_dst + first, last - first, &m_ends, first, true};
+        ShiftedWords* pair = words.pair;
+        if (m_usesY) {
+            pair[0] = at(bit - m_nx);
+            pair[1] = at(bit + m_nx);
+            pair = words.otherPair;
+        }
+        if (m_usesZ) {
+            // In place of the slice that is missing the other one may stand twice.
+            const long z = begin / m_sliceBits;
+            pair[0] = at(z > 0 ? bit - m_sliceBits : bit + m_sliceBits);
+            pair[1] = at(z < m_nz - 1 ? bit + m_sliceBits : bit - m_sliceBits);
+        } else if (!m_usesY) {
+            pair[0] = pair[1] = at(bit);
+        }
+        if (m_protect)
+            std::memcpy(words.out, m_protect + first, size_t(last - first) * sizeof(Word));
+        m_combine(words);
+        m_next = last;
+    }
+
+    void combineCopies(long end)
+    {
+        for (; m_next < end; m_next += std::min(block, end - m_next))
+            combineCopies(m_next, std::min(block, end - m_next));
+    }
+
+    void combineCopies(long first, long count)
+    {
+        const long bit = (first - margin) * wordBits;
+        const long endBit = bit + (count + 2 * margin) * wordBits;
+        Buffer center, above, below, before, behind, out;
+        copy(center, bit, count);
+        Words words{center.data() + margin, {}, {}, out.data(), count, &m_ends, first, true};
+        ShiftedWords* pair = words.pair;
+        pair[0] = pair[1] = {words.center};
+        if (m_usesY) {
+            copy(above, bit - m_nx, count);
+            copy(below, bit + m_nx, count);
+            // The rows before the first ones and behind the last ones are those of other slices.
+            for (long edge = std::max(0L, bit - m_nx) / m_sliceBits * m_sliceBits; edge < endBit + m_nx;
+                 edge += m_sliceBits) {
+                makeNeutral(above.data(), std::max(0L, edge - bit), std::min(endBit, edge + m_nx) - bit,
+                            m_neutral);
+                makeNeutral(below.data(), std::max(0L, edge - m_nx - bit), std::min(endBit, edge) - bit,
+                            m_neutral);
+            }
+            pair[0] = {above.data() + margin};
+            pair[1] = {below.data() + margin};
+            pair = words.otherPair;
+        }
+        if (m_usesZ) {
+            copy(before, bit - m_sliceBits, count);
+            copy(behind, bit + m_sliceBits, count);
+            pair[0] = {before.data() + margin};
+            pair[1] = {behind.data() + margin};
+        }
+        if (m_protect)
+            std::copy_n(m_protect + first, count, out.data());
+        m_combineCopies(words);
+        for (long i = 0; i < count; ++i)
+            m_shared.store(first + i, out[size_t(i)]);
+    }
+
+    /// Copies bits from firstBit on, neutral where there are none.
+    void copy(Buffer& out, long firstBit, long count) const
+    {
+        const long numBits = (count + 2 * margin) * wordBits;
+        const long from = std::clamp(firstBit, 0L, m_numBits);
+        const long to = std::clamp(firstBit + numBits, 0L, m_numBits);
+        if (from == firstBit && to == firstBit + numBits) {
+            unpackBits(m_src, wordsFor(m_numBits), firstBit, numBits, out.data());
+            return;
+        }
+        out.fill(m_neutral);
+        for (long bit = from; bit < to; ++bit) {
+            const long i = bit - firstBit;
+            const Word mask = Word(1) << i % wordBits;
+            Word& word = out[size_t(i / wordBits)];
+            word = m_src[bit / wordBits] >> bit % wordBits & 1 ? word | mask : word & ~mask;
+        }
+    }
+
+    const Word* const m_src;
+    Word* const m_dst;
+    const Word* const m_protect;
+    const Word m_neutral;
+    const long m_nx, m_nz;
+    const long m_sliceBits;
+    const long m_numBits;
+    const bool m_usesY, m_usesZ;  // there are neighbours in y, in z
+    RowEnds m_ends;
+    Combine m_combine, m_combineCopies;
+    SharedEnds m_shared;
+    long m_next = 0;  // the word to make next
+};
+
 void runPass(Rule rule, const ZbBitfield& src, ZbBitfield& dst, ZbVec3i dims, bool inPlace, long zBegin,
              long zEnd, int steps)
 {
     const ZbWatch watch;
     // One slice is a row now, and what was a row is a slice.
-    if (const ZbVec3i image = asRows(dims); image.z != dims.z && !(inPlace && steps == 1)) {
+    if (const ZbVec3i image = asRows(dims); steps > 1 && image.z != dims.z) {
         dims = image;
         zEnd = image.z;
         rule.alongZ = rule.alongY;
         rule.alongY = false;
     }
-    SlicePass(rule, src, dst, GridSize(dims.x, dims.y, dims.z), inPlace, steps).run(zBegin, zEnd);
+    const GridSize size(dims.x, dims.y, dims.z);
+    if (steps == 1 && !inPlace)
+        FlatStep(rule, src, dst, size).run(zBegin, zEnd);
+    else
+        SlicePass(rule, src, dst, size, inPlace, steps).run(zBegin, zEnd);
 }
 
 }  // namespace
