@@ -131,7 +131,7 @@ TEST(ZbMorphology, everyErosionInSpaceFollowsTheRule)
         for (int n = 0; n < (dims.x % 32 < 2 || dims.x % 32 == 31 ? 16 : 3); ++n) {
             const int flags = combination++ % 16;
             const Neighbours along{(flags & 1) != 0, (flags & 2) != 0, (flags & 4) != 0};
-            const auto [z, y, x, square] = along;
+            const bool z = along.z, y = along.y, x = along.x;
             const Bits bits = randomBits(dims, 0.9), mask = randomBits(dims, 0.3);
             const Field maskField = fieldOf(mask);
             const Field* const protect = flags & 8 ? &maskField : nullptr;
