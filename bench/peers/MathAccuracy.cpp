@@ -191,8 +191,9 @@ void distributions()
         double& largest = std::fabs(t) < 0.5f ? student : away;
         largest = std::fmax(largest, difference);
     }
-    std::printf("largest difference from Boost.Math in double: betai %.2g, Student's t %.2g\n", beta,
-                student);
+    std::printf(
+        "largest difference from Boost.Math in double: betai %.2g, Student's t %.2g, %.2g for |t| < 0.5\n",
+        beta, away, student);
 }
 
 }  // namespace
