@@ -3,12 +3,11 @@
 #include <zblib/math/ZbVec4.h>
 #include <zblib/numeric/ZbODE.h>
 
+#include "tests/support/RandomNumbers.h"
+
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
 #include <limits>
-#include <random>
 #include <vector>
 
 namespace
@@ -43,44 +42,40 @@ struct Pair {
     double exponent;
     int order;
 };
+// clang-format off
 const Pair pairs[] = {
     {Ode::rk21, {{}, {.5}}, {0, 1}, {1, 0}, 1. / 2, 2},
-    {Ode::rk32,
-     {{}, {.5}, {0, .75}, {2. / 9, 1. / 3, 4. / 9}},
-     {2. / 9, 1. / 3, 4. / 9, 0},
-     {7. / 24, 1. / 4, 1. / 3, 1. / 8},
-     1. / 3,
-     3},
-    {Ode::rk43,
-     {{}, {.5}, {0, .5}, {0, 0, 1}, {1. / 6, 1. / 3, 1. / 3, 1. / 6}},
-     {1. / 6, 1. / 3, 1. / 3, 1. / 6, 0},
-     {1. / 6, 1. / 3, 1. / 3, 0, 1. / 6},
-     1. / 4,
-     4},
+    {Ode::rk32, {{}, {.5}, {0, .75}, {2. / 9, 1. / 3, 4. / 9}},
+     {2. / 9, 1. / 3, 4. / 9, 0}, {7. / 24, 1. / 4, 1. / 3, 1. / 8}, 1. / 3, 3},
+    {Ode::rk43, {{}, {.5}, {0, .5}, {0, 0, 1}, {1. / 6, 1. / 3, 1. / 3, 1. / 6}},
+     {1. / 6, 1. / 3, 1. / 3, 1. / 6, 0}, {1. / 6, 1. / 3, 1. / 3, 0, 1. / 6}, 1. / 4, 4},
     {Ode::rk54,
-     {{},
-      {1. / 5},
-      {3. / 40, 9. / 40},
-      {44. / 45, -56. / 15, 32. / 9},
+     {{}, {1. / 5}, {3. / 40, 9. / 40}, {44. / 45, -56. / 15, 32. / 9},
       {19372. / 6561, -25360. / 2187, 64448. / 6561, -212. / 729},
       {9017. / 3168, -355. / 33, 46732. / 5247, 49. / 176, -5103. / 18656},
       {35. / 384, 0, 500. / 1113, 125. / 192, -2187. / 6784, 11. / 84}},
      {35. / 384, 0, 500. / 1113, 125. / 192, -2187. / 6784, 11. / 84, 0},
-     {5179. / 57600, 0, 7571. / 16695, 393. / 640, -92097. / 339200, 187. / 2100, 1. / 40},
-     1. / 5,
-     5},
+     {5179. / 57600, 0, 7571. / 16695, 393. / 640, -92097. / 339200, 187. / 2100, 1. / 40}, 1. / 5, 5},
     {Ode::rkck,
-     {{},
-      {1. / 5},
-      {3. / 40, 9. / 40},
-      {3. / 10, -9. / 10, 6. / 5},
-      {-11. / 54, 5. / 2, -70. / 27, 35. / 27},
+     {{}, {1. / 5}, {3. / 40, 9. / 40}, {3. / 10, -9. / 10, 6. / 5}, {-11. / 54, 5. / 2, -70. / 27, 35. / 27},
       {1631. / 55296, 175. / 512, 575. / 13824, 44275. / 110592, 253. / 4096}},
      {37. / 378, 0, 250. / 621, 125. / 594, 0, 512. / 1771},
-     {2825. / 27648, 0, 18575. / 48384, 13525. / 55296, 277. / 14336, 1. / 4},
-     1. / 5,
-     5},
+     {2825. / 27648, 0, 18575. / 48384, 13525. / 55296, 277. / 14336, 1. / 4}, 1. / 5, 5},
 };
+// clang-format on
+
+// An integrator that takes its first step of size h, and hands out its end.
+Ode stepper(int method, Ode::RightHandSide field, void* data, float h, float tolerance)
+{
+    Ode ode;
+    ode.setRightHandSide(field, data);
+    ode.setNormalization(0);
+    ode.setMethod(method);
+    ode.setHSampling(h);
+    ode.setHMinMax(1e-6f, 100);
+    ode.setTolerance(tolerance);
+    return ode;
+}
 
 bool nonlinear(const ZbVec2d& x, ZbVec2d& dx, void*)
 {
@@ -135,14 +130,8 @@ TEST(ZbODE, everyPairIsThePublishedOne)
             error += k[i] * (h * (pair.weights[i] - pair.lower[i]));
         }
 
-        Ode ode;
-        ode.setRightHandSide(nonlinear, nullptr);
-        ode.setNormalization(0);
-        ode.setMethod(pair.method);
-        ode.setHSampling(float(h));
-        ode.setHMinMax(1e-6f, 100);
         const auto tolerance = float(error.length() * 1.1);  // accepted, and the factor is near 1
-        ode.setTolerance(tolerance);
+        Ode ode = stepper(pair.method, nonlinear, nullptr, float(h), tolerance);
         ode.init(x0, float(h));
         ZbVec2d x, dx, ddx, derivative;
         EXPECT_EQ(ode.next(x, dx, ddx, 0), 0);
@@ -158,12 +147,8 @@ TEST(ZbODE, convergesWithTheOrderOfItsPair)
     for (const Pair& pair : pairs) {
         SCOPED_TRACE(pair.method);
         const auto errorWith = [&pair](float h) {
-            Ode ode;
-            ode.setNormalization(0);
-            ode.setMethod(pair.method);
-            ode.setTolerance(1e9f);
+            Ode ode = stepper(pair.method, Ode::defaultRightHandSide, nullptr, 2, 1e9f);
             ode.setHMinMax(0, h);  // every step is h
-            ode.setHSampling(2);
             ode.init(ZbVec2d(1, 0), h);
             ZbVec2d x;
             EXPECT_EQ(ode.next(x, 0), 0);
@@ -190,19 +175,13 @@ TEST(ZbODE, stepsGrowByThePowerOfTheError)
         int evaluation;
         double weight;
     } errors[] = {{2, 1}, {4, -1. / 8}, {4, 1. / 6}, {7, -1. / 40}, {6, 512. / 1771 - 1. / 4}};
-    std::mt19937 generator(1);
-    std::uniform_real_distribution<double> logarithm(-8, 0);
+    RandomNumbers random(1);
     for (const Pair& pair : pairs) {
         const auto& [evaluation, weight] = errors[pair.method];
         for (int round = 0; round < 2000; ++round) {
             Bump bump{evaluation};
-            Ode ode;
-            ode.setRightHandSide(field, &bump);
-            ode.setNormalization(0);
-            ode.setMethod(pair.method);
-            ode.setTolerance(0.5f);
-            ode.setHSampling(0.75f);
-            bump.size = 0.6 * std::exp(logarithm(generator)) / weight;
+            Ode ode = stepper(pair.method, field, &bump, 0.75f, 0.5f);
+            bump.size = 0.6 * std::exp(random(-8, 0)) / weight;
             ode.init(ZbVec2d(0, 0), 0.75f);
             ZbVec2d x;
             ASSERT_EQ(ode.next(x, 0), 0);
