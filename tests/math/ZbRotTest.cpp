@@ -77,32 +77,35 @@ TYPED_TEST(ZbRotTest, turnsRowVectorsCounterClockwise)
 
 TYPED_TEST(ZbRotTest, axisAndAngleComeBack)
 {
-    using Vec = ZbVec3<TypeParam>;
+    using T = TypeParam;
+    using Vec = ZbVec3<T>;
+    Vec axis;
+    T angle;
     for (int i = 0; i < 100; ++i) {
-        const Vec axis = this->randomDirection();
-        const TypeParam angle = TypeParam(0.3) + TypeParam(i) / 20;
-        Vec axisBack;
-        TypeParam angleBack;
-        ZbRot<TypeParam>(axis, angle).getValue(axisBack, angleBack);
-        this->expectNear(axisBack, axis, 2);
-        EXPECT_NEAR(angleBack, angle, 4 * this->tolerance);
+        const Vec expected = this->randomDirection();
+        const T expectedAngle = T(0.3) + T(i) / 20;
+        ZbRot<T>(expected, expectedAngle).getValue(axis, angle);
+        this->expectNear(axis, expected, 2);
+        EXPECT_NEAR(angle, expectedAngle, 4 * this->tolerance);
     }
-    Vec axis(7, 7, 7);
-    TypeParam angle = 7;
-    ZbRot<TypeParam>(0, 0, 0, 1).getValue(axis, angle);
-    EXPECT_EQ(axis, Vec(0, 0, 1));
-    EXPECT_EQ(angle, 0);
-    ZbRot<TypeParam>(TypeParam(0.9e-5), 0, 0, TypeParam(-0.5)).getValue(axis, angle);
-    EXPECT_EQ(axis, Vec(0, 0, 1));
-    ZbRot<TypeParam>(TypeParam(1.1e-5), 0, 0, TypeParam(0.5)).getValue(axis, angle);
-    EXPECT_EQ(axis, Vec(1, 0, 0));
-    EXPECT_NEAR(angle, 2 * this->pi / 3, this->tolerance);
-    ZbRot<TypeParam>(1, 0, 0, 2).getValue(axis, angle);
+    const struct {
+        ZbRot<T> r;
+        Vec axis;
+        T angle;
+    } cases[] = {{{0, 0, 0, 1}, {0, 0, 1}, 0},
+                 {{T(0.9e-5), 0, 0, T(-0.5)}, {0, 0, 1}, 0},
+                 {{T(1.1e-5), 0, 0, T(0.5)}, {1, 0, 0}, 2 * this->pi / 3}};
+    for (const auto& [r, expected, expectedAngle] : cases) {
+        r.getValue(axis, angle);
+        EXPECT_EQ(axis, expected);
+        EXPECT_NEAR(angle, expectedAngle, this->tolerance);
+    }
+    ZbRot<T>(1, 0, 0, 2).getValue(axis, angle);
     EXPECT_TRUE(std::isnan(angle));  // w is not clamped
 
-    ZbRot<TypeParam> r(Vec(1, 2, 3), TypeParam(0.5));
+    ZbRot<T> r(Vec(1, 2, 3), T(0.5));
     r.scaleAngle(3);
-    this->expectNear(r, ZbRot<TypeParam>(Vec(1, 2, 3), TypeParam(1.5)), 2);
+    this->expectNear(r, ZbRot<T>(Vec(1, 2, 3), T(1.5)), 2);
 }
 
 TYPED_TEST(ZbRotTest, composesInTheOrderOfReading)
@@ -183,15 +186,20 @@ TYPED_TEST(ZbRotTest, turnsOneDirectionIntoAnother)
         EXPECT_NEAR(axis.dot(from), 0, 4 * this->tolerance);  // the shortest way
         EXPECT_EQ(Rot(from, from), Rot(0, 0, 0, 1));
     }
-    EXPECT_EQ(Rot(Vec(1, 0, 0), Vec(-1, 0, 0)), Rot(0, 0, 1, 0));
-    EXPECT_EQ(Rot(Vec(-8, 0, 0), Vec(1, 0, 0)), Rot(0, 0, -1, 0));
-    EXPECT_EQ(Rot(Vec(0, 3, 0), Vec(0, -1, 0)), Rot(0, 0, -1, 0));
-    // Long enough to have an axis only when the direction is normalised.
-    EXPECT_EQ(Rot(Vec(0, TypeParam(1e-6), 0), Vec(0, -1, 0)), Rot(0, 0, -1, 0));
-    // Directions that differ by less than 0.26 degrees count as one.
-    EXPECT_EQ(Rot(Vec(1, 0, 0), Vec(1, TypeParam(4e-3), 0)), Rot(0, 0, 0, 1));
+    const struct {
+        Vec from, to;
+        Rot r;
+    } cases[] = {
+        {{1, 0, 0}, {-1, 0, 0}, {0, 0, 1, 0}},
+        {{-8, 0, 0}, {1, 0, 0}, {0, 0, -1, 0}},
+        {{0, 3, 0}, {0, -1, 0}, {0, 0, -1, 0}},
+        {{0, TypeParam(1e-6), 0}, {0, -1, 0}, {0, 0, -1, 0}},  // has an axis only when normalised
+        {{1, 0, 0}, {1, TypeParam(4e-3), 0}, {0, 0, 0, 1}},    // less than 0.26 degrees apart
+        {{0, 0, 0}, {0, 1, 0}, {0, 0, 0, std::sqrt(TypeParam(0.5))}},
+    };
+    for (const auto& [from, to, r] : cases)
+        EXPECT_EQ(Rot(from, to), r);
     EXPECT_NE(Rot(Vec(1, 0, 0), Vec(1, TypeParam(5e-3), 0)), Rot(0, 0, 0, 1));
-    EXPECT_EQ(Rot(Vec(0, 0, 0), Vec(0, 1, 0)), Rot(0, 0, 0, std::sqrt(TypeParam(0.5))));
 }
 
 TYPED_TEST(ZbRotTest, turnsTwoDirectionsIntoTwoOthers)

@@ -104,22 +104,21 @@ TEST(ZbStatistics, saysWhenTheContinuedFractionDoesNotConverge)
     EXPECT_EQ(::testing::internal::GetCapturedStdout(), "a or b too big, or MAXIT too small in betacf\n");
 }
 
-TEST(ZbStatistics, studentDistributionAgreesWithTables)
+TEST(ZbStatistics, studentDistributionAndTestAgreeWithTables)
 {
-    // Two-sided 95 % and 99 % points.
-    EXPECT_NEAR(ZbStatistics::integratedStudentDistribution(12.7062F, 1), 0.95, 1e-5);
-    EXPECT_NEAR(ZbStatistics::integratedStudentDistribution(2.2281F, 10), 0.95, 1e-5);
-    EXPECT_NEAR(ZbStatistics::integratedStudentDistribution(2.7500F, 30), 0.99, 1e-5);
-}
+    const struct {
+        float t;
+        int degreesOfFreedom;
+        double probability;
+    } points[] = {{12.7062F, 1, 0.95}, {-2.2281F, 10, 0.95}, {2.7500F, 30, 0.99}};
+    for (const auto& [t, degreesOfFreedom, probability] : points)
+        EXPECT_NEAR(ZbStatistics::integratedStudentDistribution(t, degreesOfFreedom), probability, 1e-5);
 
-TEST(ZbStatistics, tTestPoolsVariancesAndTakesLargeSamples)
-{
     EXPECT_EQ(ZbStatistics::tTest(5, 2, 1, 7, 2, 3), 1);
     EXPECT_EQ(ZbStatistics::tTest(5, 2, 0, 7, 2, 0), 1);
     EXPECT_EQ(ZbStatistics::tTest(5, 2, 0, 7, 3, 0), 0);
     // t = 2 / sqrt((9 * 1 + 9 * 4) / 18) * sqrt(5) = 2.8284 with 18 degrees of freedom.
     EXPECT_NEAR(ZbStatistics::tTest(10, 3, 1, 10, 1, 2), 0.01113, 2e-5);
-    const float large =
-        ZbStatistics::tTest(100000, 0, 1, 100000, 0.01F, 1);  // the product of sizes exceeds an int
-    EXPECT_NEAR(large, 0.02535, 2e-3);
+    // The product of sizes exceeds an int.
+    EXPECT_NEAR(ZbStatistics::tTest(100000, 0, 1, 100000, 0.01F, 1), 0.02535, 2e-3);
 }
