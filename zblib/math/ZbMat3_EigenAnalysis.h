@@ -105,14 +105,17 @@ int solveCubic(T a, T b, T c, T& r1, T& r2, T& r3) noexcept
 template <typename T>
 constexpr std::pair<int, int> maxElement(const T (&m)[3][3], int k) noexcept
 {
-    std::pair<int, int> largest(k, k);
+    int row = k, column = k;
+    auto largest = val2(m[k][k]);
     for (int i = k; i < 3; ++i) {
         for (int j = k; j < 3; ++j) {
-            if (val2(m[i][j]) > val2(m[largest.first][largest.second]))
-                largest = {i, j};
+            const auto size = val2(m[i][j]);
+            row = size > largest ? i : row;
+            column = size > largest ? j : column;
+            largest = size > largest ? size : largest;
         }
     }
-    return largest;
+    return {row, column};
 }
 
 template <typename T>
@@ -142,24 +145,28 @@ constexpr void computeEV(const T (&m)[3][3], const Value& lambda, Value (&v)[3])
             a[i][j] = m[i][j];
         a[i][i] -= lambda;
     }
-    int columns[3] = {0, 1, 2};
-    const auto movePivot = [&](int k) {
-        const auto [i, j] = maxElement(a, k);
-        swapRows(a, k, i);
-        swapColumns(a, k, j);
-        std::swap(columns[k], columns[j]);
-    };
-    movePivot(0);
-    for (int i = 1; i < 3; ++i) {
-        const Value factor = a[i][0] / a[0][0];
-        for (int j = 1; j < 3; ++j)
-            a[i][j] -= factor * a[0][j];
+    // What the exchanges of rows and columns bring where: rows and columns themselves stay.
+    const auto [pivotRow, pivotColumn] = maxElement(a, 0);
+    const int rows[3] = {pivotRow, pivotRow == 1 ? 0 : 1, pivotRow == 2 ? 0 : 2};
+    const int columns[3] = {pivotColumn, pivotColumn == 1 ? 0 : 1, pivotColumn == 2 ? 0 : 2};
+    const Value* top = a[pivotRow];
+    const Value pivot = top[pivotColumn];
+    Value rest[2][2];
+    for (int i = 0; i < 2; ++i) {
+        const Value* row = a[rows[i + 1]];
+        const Value factor = row[pivotColumn] / pivot;
+        for (int j = 0; j < 2; ++j)
+            rest[i][j] = row[columns[j + 1]] - factor * top[columns[j + 1]];
     }
-    movePivot(1);
-    const Value second = -a[1][2] / a[1][1];
-    v[columns[2]] = 1;
-    v[columns[1]] = second;
-    v[columns[0]] = -(a[0][1] * second + a[0][2]) / a[0][0];
+    int largest = 0;
+    for (int i = 1; i < 4; ++i)
+        largest = val2(rest[i / 2][i % 2]) > val2(rest[largest / 2][largest % 2]) ? i : largest;
+    const Value* row = rest[largest / 2];
+    const int j = largest % 2, column1 = columns[1 + j], column2 = columns[2 - j];
+    const Value second = -row[1 - j] / row[j];
+    v[column2] = 1;
+    v[column1] = second;
+    v[pivotColumn] = -(top[column1] * second + top[column2]) / pivot;
 }
 
 /// All eigenvalues and eigenvectors of m, in the order of solveCubic, unsorted and not normalised.
