@@ -14,6 +14,7 @@ usage: ./build.sh COMMAND
   asan | tsan      the tests under AddressSanitizer and UndefinedBehaviorSanitizer | ThreadSanitizer
   coverage         the tests with counts of lines and branches; a report in build/coverage/report
   headers [PRESET] compile every public header alone
+  docs             write the pages of the public headers to build/release/docs/html; a warning is an error
   tidy             clang-tidy and clang-format over the sources
   bench [FILTER]   build the benchmarks, and those against other libraries that are installed, run them, and print
                    one table; bench/report.py compares two folders of results
@@ -110,6 +111,12 @@ headers)
     ensure "${build_packages[@]}" "${test_packages[@]}"
     configure "${1:-release}"
     build "${1:-release}" all_verify_interface_header_sets
+    ;;
+docs)
+    ensure "${build_packages[@]}" doxygen
+    [ -f build/release/build.ninja ] || configure release -D ZBLIB_BUILD_TESTS=OFF
+    cmake build/release >/dev/null  # Doxygen may be new here
+    build release docs
     ;;
 tidy)
     ensure "${build_packages[@]}" "${test_packages[@]}" clang clang-tidy clang-format libomp-dev

@@ -20,7 +20,8 @@ class ZbHashTableIterator;
 /// Keys need zbhash(key) and ==; texts (const char*) are compared by their characters, borrowed, and must
 /// outlive their entry. Values stay where they are until they are removed: pointers and references to them
 /// survive insertions. Up to three entries need no memory besides their own. insert(), lookup(), operator[]
-/// and remove() are O(1) on average, with up to two entries a bucket; the table never shrinks.
+/// and remove() are O(1) on average, with up to two entries a bucket; the table never shrinks. What finds
+/// no memory throws, and the table keeps what it had.
 ///
 ///     ZbHashTable<const char*, int> count(0);
 ///     ++count["apple"];
@@ -143,6 +144,7 @@ struct ZbIsRelocatable<ZbHashTable<Key, Value>> : ZbIsRelocatable<Value> {
 
 // ---- mechanics
 
+/// Goes through the buckets in order, and down the chain of each. Borrows the table.
 template <typename Key, typename Value>
 template <typename EntryValue>
 class ZbHashTable<Key, Value>::EntryIterator

@@ -4,8 +4,9 @@
 
 /// An iteration over a hash table, in the order of ZbHashTable::next; any number may run at a time.
 ///
-/// The table must outlive it. Values may change meanwhile; after an entry was removed or the table grew,
-/// rewind it. In new code prefer range-for over the table.
+/// It borrows the table, which must outlive it. Values may change meanwhile; after an entry was removed or the
+/// table grew, rewind it. In new code prefer range-for over the table. A whole iteration takes the time of one
+/// look at each bucket and entry. Several threads may iterate over a table that does not change.
 template <typename Key, typename Value>
 class ZbHashTableIterator
 {

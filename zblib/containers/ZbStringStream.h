@@ -9,7 +9,8 @@
 class ZbString;
 
 /// An output stream that appends to a string. ZbString::stream() has one for its string, wherever that moves;
-/// one made here is for a string that stays where it is and outlives the stream.
+/// one made here is for a string that stays where it is and outlives the stream. Errors, cost and threads as
+/// for ZbStringStreambuf.
 class ZB_API ZbStringStream : public std::ostream
 {
 public:

@@ -11,6 +11,7 @@ class ZbString;
 ///
 /// Refers to the string, which must stay where it is and outlive the buffer. Memory that cannot be had leaves
 /// the string as it was and throws ZbMemoryException, which a stream on this buffer turns into its bad state.
+/// A character costs what appending it to the string does. Reentrant, not thread-safe.
 class ZB_API ZbStringStreambuf : public std::streambuf
 {
 public:

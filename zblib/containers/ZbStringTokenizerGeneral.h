@@ -4,7 +4,8 @@
 #include <zblib/imaging/ZbBitfield.h>
 
 /// Splits a text into tokens at the characters of a given set, with the quotes and backslashes of
-/// ZbStringTokenizer. A quote or backslash in the set separates as well and is nothing else.
+/// ZbStringTokenizer. A quote or backslash in the set separates as well and is nothing else. The set is copied;
+/// all else, the text included, is as there.
 class ZB_API ZbStringTokenizerGeneral : public ZbStringTokenizer
 {
 public:

@@ -15,8 +15,8 @@ class ZbMemorySelection;
 ///     const long counts[] = {sizeof(short), 50, 25}, strides[] = {1, 4, 400};
 ///     ZbBytePattern pattern(3, counts, strides);
 ///
-/// A plain value without pointers; zbmemcpy() and zbmapLinear() work on it. A pattern whose strides are in
-/// elements rather than bytes comes from changeElemSize().
+/// A plain value without pointers, which threads may read at once; zbmemcpy() and zbmapLinear() work on it. A
+/// pattern whose strides are in elements rather than bytes comes from changeElemSize().
 class ZB_API ZbBytePattern
 {
 public:

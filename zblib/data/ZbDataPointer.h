@@ -11,7 +11,7 @@
 /// A plain value that owns nothing and is const like a pointer is: what it points to may be written through
 /// a const ZbDataPointer. It knows neither how many elements there are nor how they are laid out; see
 /// ZbBytePattern and ZbMemorySelection. For a single, densely stored value an element there is
-/// ZbTypedPointer.
+/// ZbTypedPointer. Thread-safe as pointers are.
 class ZB_API ZbDataPointer
 {
 public:

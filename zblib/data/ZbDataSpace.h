@@ -8,9 +8,10 @@ class ZbDArray;
 /// An index space of up to ten dimensions, and a hyperslab selected in it: a start, a size and a stride per
 /// dimension.
 ///
-/// A plain value. It knows nothing of data; ZbMemorySelection binds it to memory. Dimension 0 varies fastest
-/// there. Dimensions from numDims() up to maxDims have extent 1, start 0, size 1 and stride 1. Nothing holds
-/// a selection inside of the space, so that callers can shift and clip it step by step.
+/// A plain value, which threads may read at once. It knows nothing of data; ZbMemorySelection binds it to
+/// memory. Dimension 0 varies fastest there. Dimensions from numDims() up to maxDims have extent 1, start 0,
+/// size 1 and stride 1. Nothing holds a selection inside of the space, so that callers can shift and clip it
+/// step by step.
 class ZB_API ZbDataSpace
 {
 public:

@@ -1,6 +1,6 @@
 #pragma once
 
-/// The sizes of a three-dimensional block, in elements: x varies fastest in memory.
+/// The sizes of a three-dimensional block, in elements: x varies fastest in memory. A plain value.
 struct ZbDim3l {
     long nx = 0;
     long ny = 0;

@@ -6,10 +6,10 @@
 /// A selection of elements in memory: a pointer to the first, and a size and a stride for each of up to ten
 /// dimensions.
 ///
-/// A plain value that does not own the data. Take it to read or write a part of a volume, element by element
-/// in order (get(), put()) or against another part (copyFrom()); dimension 0 runs fastest. Selections without
-/// dimensions, or with a size below 1, are empty. Selections are const like pointers are, and no
-/// operation looks at isReadOnly().
+/// A plain value that does not own the data; threads may work on parts that do not overlap. Take it to read or
+/// write a part of a volume, element by element in order (get(), put()) or against another part (copyFrom());
+/// dimension 0 runs fastest. Selections without dimensions, or with a size below 1, are empty. Selections are
+/// const like pointers are, and no operation looks at isReadOnly().
 ///
 ///     const ZbDataSpace space(nx, ny, nz);
 ///     ZbDataSpace slice = space;

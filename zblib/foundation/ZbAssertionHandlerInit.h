@@ -10,7 +10,8 @@
 /// separated by blanks. Without HX_DEBUG the level is 3. A handler that is installed already is replaced and
 /// not deleted: it stays with whoever made it.
 ///
-/// Not for static objects inside the library, where it would run before the program could set anything.
+/// Guards are made and destroyed while one thread runs. Not for static objects inside the library, where it
+/// would run before the program could set anything.
 class ZB_API ZbAssertionHandlerInit
 {
 public:

@@ -3,6 +3,7 @@
 #include <zblib/foundation/ZbException.h>
 
 /// Not enough memory. What zbmalloc and zbrealloc throw, with the message of constructErrorMessage.
+/// Copied and caught as its base class is.
 class ZB_API ZbMemoryException : public ZbException
 {
 public:

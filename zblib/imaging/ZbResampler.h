@@ -47,6 +47,7 @@ public:
 
     // ---- contribution lists
 
+    /// What one input sample gives to an output sample.
     struct Contribution {
         int index;     ///< of an input sample
         float weight;  ///< its part of the output sample

@@ -7,7 +7,7 @@
 #include <utility>
 
 /// A ZbDArray with the arithmetic of vectors. Operands have equal sizes; the dot product sums from the first
-/// element to the last.
+/// element to the last. Memory, errors and threads are those of ZbDArray; an operation takes one pass.
 template <typename T>
 class ZbDVector : public ZbDArray<T>
 {

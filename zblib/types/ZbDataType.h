@@ -6,7 +6,8 @@
 /// One of the eight classic types of image elements, with a description for people.
 ///
 /// For lists in which a user chooses; ZbPrimType is what data carries. The constants are ready before any
-/// code runs. 64-bit integers, COMPLEX and STRING are no classic types: their data type is UNKNOWN.
+/// code runs, and nothing changes them: any thread may use them. 64-bit integers, COMPLEX and STRING are no
+/// classic types: their data type is UNKNOWN.
 class ZB_API ZbDataType
 {
 public:

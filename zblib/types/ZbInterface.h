@@ -15,6 +15,8 @@
 /// - With STATIC_MEMORY the last unref() deletes the private owner alone, and ~ZbInterface would use a
 ///   pointer to nothing. Hold a reference to getOwner() from before the first unref() until after the
 ///   interface is gone, or better, give such an interface an owner that outlives it.
+///
+/// Counts and lists have no locks: an owner and its interfaces belong to one thread at a time.
 class ZB_API ZbInterface : public ZbTypedObject
 {
     ZB_TYPED_ABSTRACT(ZbInterface)

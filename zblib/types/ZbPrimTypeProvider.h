@@ -4,7 +4,7 @@
 #include <zblib/types/ZbInterface.h>
 #include <zblib/types/ZbPrimType.h>
 
-/// The interface of objects that hold data of a primitive type.
+/// The interface of objects that hold data of a primitive type. Owned and counted as any ZbInterface.
 class ZB_API ZbPrimTypeProvider : public ZbInterface
 {
     ZB_TYPED_ABSTRACT(ZbPrimTypeProvider)

@@ -5,7 +5,7 @@
 #include <complex>
 #include <type_traits>
 
-/// Stands for the type T as an argument: using Value = typename decltype(tag)::Type.
+/// Stands for the type T as an argument; the function that it is passed to finds T as its member Type.
 template <typename T>
 struct ZbTypeTag {
     using Type = T;

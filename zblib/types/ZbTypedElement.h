@@ -7,7 +7,8 @@
 ///
 /// Constructed, it is a view of components that lie elsewhere, aligned for their type, and that outlive it;
 /// copied, it owns its components. For single values whose type is known at run time only: each operation
-/// chooses the type anew. Components that are texts are copied as pointers.
+/// chooses the type anew. Components that are texts are copied as pointers. Operations take the time of one
+/// look at each component. Reentrant, not thread-safe.
 class ZB_API ZbTypedElement
 {
 public:

@@ -31,6 +31,9 @@
 /// - void deleteInstance() and static void deleteInstance(X*): delete the object; the static form takes null;
 /// - static void initClass() and static void exitClass(): register the class and take it out again. A class
 ///   that was taken out stays out: its record exists and is made only once.
+///
+/// Who makes an object owns it. What asks for a class or a record costs a comparison or two and is safe in any
+/// thread; what registers a class or takes one out is as safe as ZbTypeInfo, whose registry has no lock.
 class ZB_API ZbTypedObject
 {
 public:

@@ -5,7 +5,7 @@
 /// A pointer to data together with the type of its elements: the argument of every raw-data operation.
 ///
 /// A plain value that owns nothing. It is const like a pointer is: through a const ZbTypedPointer the data
-/// may still be written. The number of elements travels beside it.
+/// may still be written. The number of elements travels beside it. Thread-safe as pointers are.
 class ZbTypedPointer
 {
 public:
