@@ -14,6 +14,7 @@ usage: ./build.sh COMMAND
   asan | tsan      the tests under AddressSanitizer and UndefinedBehaviorSanitizer | ThreadSanitizer
   coverage         the tests with counts of lines and branches; a report in build/coverage/report
   headers [PRESET] compile every public header alone
+  symbols          renew zblib/ExportedSymbols.txt, the list of exported symbols that the tests compare with
   docs             write the pages of the public headers to build/release/docs/html; a warning is an error
   tidy             clang-tidy and clang-format over the sources
   bench [FILTER]   build the benchmarks, and those against other libraries that are installed, run them, and print
@@ -111,6 +112,11 @@ headers)
     ensure "${build_packages[@]}" "${test_packages[@]}"
     configure "${1:-release}"
     build "${1:-release}" all_verify_interface_header_sets
+    ;;
+symbols)
+    build_product
+    cmake -D nm=nm -D library=build/release/zblib/libzblib.so -D list=zblib/ExportedSymbols.txt -D update=ON \
+        -P tests/tree/CheckSymbols.cmake
     ;;
 docs)
     ensure "${build_packages[@]}" doxygen
