@@ -72,7 +72,7 @@ void forNeighbours(const std::vector<Offset>& offsets, const Dims& dims, int x, 
     }
 }
 
-/// The given pass as it is defined, voxel by voxel. Tests hold the library's form to this one.
+/// The raster pass as it is defined, voxel by voxel. Tests hold the library's form to this one.
 ///
 /// Labels are what is read back from them: indices under a mask, which is that of a byte for labels of bytes.
 class PlainPass
@@ -467,7 +467,7 @@ TEST(ZbConnectedComponents, regionsAgreeWithFlooding)
     });
 }
 
-// ---- The given pass where records run out and where sums are rounded
+// ---- The raster pass where records run out and where sums are rounded
 
 struct LargeCase {
     const char* name;
@@ -634,6 +634,8 @@ TEST(ZbConnectedComponents, refusesOtherTypesAndImpossibleSizes)
     EXPECT_EQ(Cc::labelCC(in, dims, 6, allocated, 0, 1, 1, 0, 0, nullptr, nullptr), -1);
     EXPECT_EQ(allocated, nullptr);
     EXPECT_EQ(Cc::labelConnectedComponents(values, int64, comps, 1, 1, dims, 6, 1), -1);
+    EXPECT_EQ(Cc::labelConnectedComponents(values, ZbTypedPointer(out, -1), comps, 1, 1, dims, 6, 1), -1);
+    EXPECT_EQ(Cc::labelRegions(ZbTypedPointer(in, 12), dims, 6, values, 1, 1, false, regions), -1);
     EXPECT_EQ(Cc::labelRegions(in, dims, 6, values, 1, 1, false, regions), -1);
     EXPECT_EQ(Cc::labelRegions(values, dims, 6, int64, 1, 1, false, regions), -1);
     EXPECT_EQ(Cc::labelCC(values, tooMany, 6, allocated, 0, 1, 1, 0, 0, nullptr, nullptr), -1);
@@ -641,6 +643,8 @@ TEST(ZbConnectedComponents, refusesOtherTypesAndImpossibleSizes)
     EXPECT_EQ(::testing::internal::GetCapturedStderr(),
               "Unsupported data type sbyte in ZbRawData()\n"
               "Unsupported data type int64 in ZbRawData()\n"
+              "Unsupported data type unknown in ZbRawData()\n"
+              "Unsupported data type unknown in ZbConnectedComponents::labelRegions()\n"
               "Unsupported data type sbyte in ZbConnectedComponents::labelRegions()\n"
               "Unsupported data type int64 in ZbConnectedComponents::labelRegions()\n"
               "ERROR: too many voxels\n"

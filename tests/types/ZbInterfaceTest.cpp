@@ -155,6 +155,8 @@ TEST_F(ZbInterfaceTest, deletingAManagedInterfaceTearsDownTheRest)
     delete second;
     EXPECT_THAT(destroyed, ElementsAre(2, 3, 1, 100));
     EXPECT_EQ(all(true).size(), 1u);
+    delete new Named(4, owner.get(), managed);
+    EXPECT_EQ(all(true).size(), 1u);
 }
 
 TEST_F(ZbInterfaceTest, anInterfaceWithoutOwnerMakesItsOwn)

@@ -2,6 +2,7 @@
 
 #include <zblib/containers/ZbHash.h>
 #include <zblib/containers/ZbSmallArray.h>
+#include <zblib/foundation/ZbMemory.h>
 #include <zblib/foundation/ZbMemoryException.h>
 
 #include <climits>
@@ -46,7 +47,7 @@ class ZbHashTable
         explicit constexpr NoFingerprint(unsigned int) noexcept {}
     };
 
-    struct Item {
+    struct Item : ZbAllocated {
         // What walking along a chain reads comes first: it lies in one cache line.
         Item* next;  // in its bucket
         [[no_unique_address]] std::conditional_t<isKept, unsigned int, NoFingerprint> fingerprint;
@@ -379,10 +380,8 @@ template <typename Key, typename Value>
 typename ZbHashTable<Key, Value>::Item* ZbHashTable<Key, Value>::add(const Key& key, const Value& value,
                                                                      Probe probe)
 {
-    std::unique_ptr<Item> item(new Item{.next = nullptr,
-                                        .fingerprint = decltype(Item::fingerprint)(probe.fingerprint),
-                                        .value = value,
-                                        .key = key});
+    std::unique_ptr<Item> item(
+        new Item{{}, nullptr, decltype(Item::fingerprint)(probe.fingerprint), value, key});
     const bool grows = m_numEntries == 2 * m_mask + 1;
     if (grows) {
         if (m_numEntries == INT_MAX)

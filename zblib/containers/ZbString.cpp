@@ -50,7 +50,7 @@ int compareNumbers(const char*& a, const char*& b)
 }  // namespace
 
 // The characters of a string that has a stream. Nobody moves this one: the stream may point to it.
-struct ZbString::Streamed {
+struct ZbString::Streamed : ZbAllocated {
     explicit Streamed(ZbDArray<char>& chars)
     {
         text.m_chars.swap(chars);

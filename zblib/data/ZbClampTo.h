@@ -16,6 +16,16 @@ template <typename T>
 concept ClampTarget = (std::integral<T> && sizeof(T) <= 4 && !std::same_as<T, bool>) ||
                       std::same_as<T, float> || std::same_as<T, double>;
 
+/// A value that the compiler cannot see through. With a bound that it knows, GCC converts the bound on one branch and
+/// the value on the other, and the loop is lost to the vectoriser.
+template <std::floating_point Real>
+constexpr Real hidden(Real value) noexcept
+{
+    if (!std::is_constant_evaluated())
+        asm("" : "+x"(value));
+    return value;
+}
+
 /// The bounds of T as doubles, both inclusive: the whole range of an integer type. Real types have
 /// none: infinities stay infinities.
 ///
@@ -84,15 +94,6 @@ private:
     static constexpr double ofNan = std::integral<T> ? double(T(0x80000000u)) : 0.0;
     static_assert(std::floating_point<T> || (FullRange<T>::low <= Bounds::low && Bounds::low <= ofNan &&
                                              ofNan <= Bounds::high && Bounds::high <= FullRange<T>::high));
-
-    // A value that the compiler cannot see through. With a bound that it knows, GCC converts the bound on
-    // one branch and the value on the other, and the loop is lost to the vectoriser.
-    static constexpr double hidden(double value) noexcept
-    {
-        if (!std::is_constant_evaluated())
-            asm("" : "+x"(value));
-        return value;
-    }
 
     double m_low = hidden(Bounds::low);
     double m_high = hidden(Bounds::high);

@@ -39,7 +39,7 @@ public:
     /// 1 every integer is the centre of a bin.
     ///
     /// For more than about 100000 bins the step is doubled until they fit. The range ends at
-    /// max + (max - min) % step + 0.5, a rule of old that may make bins slightly wider than step. A step below 1
+    /// max + (max - min) % step + 0.5, which callers rely on and which may make bins slightly wider than step. A step below 1
     /// makes one bin.
     void init(int min, int max, int step);
 
@@ -56,7 +56,7 @@ public:
         addValue(double(value));
     }
 
-    /// The same as adding each of count values, but faster. For all integer types but bool.
+    /// The same as adding each of count values, but faster. For all integer types but bool and those of characters other than char.
     void addValues(const double* values, unsigned long count);
     void addValues(const float* values, unsigned long count);
     template <std::integral T>
@@ -84,7 +84,7 @@ public:
     double getMeanBin() const;
     double getMean() const { return getValue(getMeanBin()); }
     /// One past the first bin by which half of the values are reached, a convention that callers rely on. 1
-    /// where there are no values.
+    /// where there are no values, 0 where there are no bins.
     double getMedianBin() const;
     double getMedian() const { return getValue(getMedianBin()); }
     double getVarianceBin() const;

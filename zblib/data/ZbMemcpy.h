@@ -11,7 +11,7 @@
 /// otherwise. A default pattern selects nothing here. Source and target may overlap: the result is as if all
 /// bytes were read first. Bytes that the target pattern selects repeatedly keep the last one written.
 ///
-/// One memcpy() when both are dense. Allocates only for memory that overlaps so that no order of copying is
+/// One memmove() when both are dense. Allocates only for memory that overlaps so that no order of copying is
 /// right, and throws ZbMemoryException then. Runs on the calling thread.
 ZB_API bool zbmemcpy(void* target, const ZbBytePattern& targetPattern, const void* source,
                      const ZbBytePattern& sourcePattern);

@@ -2,11 +2,13 @@
 
 // Private: the one way in which several threads each make a private partial result that is merged afterwards.
 
+#include <zblib/foundation/ZbMemory.h>
+
 #include <exception>
+#include <memory>
 #include <omp.h>
 #include <optional>
 #include <type_traits>
-#include <vector>
 
 namespace ZbDetail
 {
@@ -31,11 +33,11 @@ template <typename Work, typename Merge>
 void parallelReduce(unsigned long count, int pieces, Work&& work, Merge&& merge)
 {
     using Partial = std::invoke_result_t<Work&, unsigned long, unsigned long, int>;
-    struct Outcome {
+    struct Outcome : ZbAllocated {
         std::optional<Partial> partial;
         std::exception_ptr failure;
     };
-    std::vector<Outcome> outcomes(static_cast<std::size_t>(pieces));
+    const std::unique_ptr<Outcome[]> outcomes(new Outcome[static_cast<std::size_t>(pieces)]);
     const unsigned long size = count / (unsigned long)(pieces) + (count % (unsigned long)(pieces) != 0);
     // Static with chunks of 1: piece i is thread i's, and 0 the calling one's.
 #pragma omp parallel for schedule(static, 1) num_threads(pieces) if (pieces > 1)
@@ -51,11 +53,11 @@ void parallelReduce(unsigned long count, int pieces, Work&& work, Merge&& merge)
             outcome.failure = std::current_exception();
         }
     }
-    for (const Outcome& outcome : outcomes)
-        if (outcome.failure)
-            std::rethrow_exception(outcome.failure);
-    for (Outcome& outcome : outcomes)
-        merge(*outcome.partial);
+    for (int piece = 0; piece < pieces; ++piece)
+        if (outcomes[std::size_t(piece)].failure)
+            std::rethrow_exception(outcomes[std::size_t(piece)].failure);
+    for (int piece = 0; piece < pieces; ++piece)
+        merge(*outcomes[std::size_t(piece)].partial);
 }
 
 }  // namespace ZbDetail

@@ -59,7 +59,8 @@ public:
     static void mapLinear(ZbTypedPointer target, ZbTypedPointer source, unsigned long count, double offset,
                           double scale);
     /// The same in the arithmetic of int, which wraps around at 32 bits; the result is clamped to the range
-    /// of the target, where it exceeds it. Sources wider than an int contribute their low 32 bits. With float
+    /// of the target, where it exceeds it. Sources wider than an int contribute their low 32 bits,
+    /// and those of unsigned int from 2^31 on count as negative. With float
     /// or double on either side, this is the form for doubles.
     static void mapLinear(ZbTypedPointer target, ZbTypedPointer source, unsigned long count, int offset,
                           int scale);

@@ -120,14 +120,6 @@ void convertValues(To* target, const From* source, unsigned long count, Rule rul
 //
 // Float is twice as fast, and serves wherever it provably gives the same result.
 
-// A value that the compiler cannot see through: with bounds that it knows, GCC does not vectorise a clamp in
-// front of a conversion to int.
-float hidden(float value)
-{
-    asm("" : "+x"(value));
-    return value;
-}
-
 template <typename From>
 constexpr bool fitsFloat = std::is_same_v<From, float> || (std::is_integral_v<From> && sizeof(From) <= 2);
 
@@ -152,8 +144,8 @@ bool isPowerOfTwo(double scale)
 template <typename To, typename From>
 void mapExactFloats(To* target, const From* source, unsigned long count, float offset, float scale)
 {
-    const float low = hidden(std::numeric_limits<To>::lowest());
-    const float high = hidden(std::numeric_limits<To>::max());
+    const float low = ZbDetail::hidden(float(std::numeric_limits<To>::lowest()));
+    const float high = ZbDetail::hidden(float(std::numeric_limits<To>::max()));
     convertValues(target, source, count, [=](From from) {
         float value = (offset + float(from)) * scale;
         value = value == value ? value : 0.0f;

@@ -2,6 +2,8 @@
 
 #include <zblib/foundation/ZbExport.h>
 
+#include <cstddef>
+
 /// The allocator of the library's containers and buffers: the C allocator, with failures thrown.
 ///
 /// Blocks that the library hands to callers come from here too and go back with zbfree, never with free or
@@ -21,3 +23,12 @@
 
 /// Frees a block of zbmalloc or zbrealloc; null is ignored.
 ZB_API void zbfree(void* ptr);
+
+/// A base for classes whose objects are made with new: their memory is from zbmalloc, so that the want of it is told in
+/// the same way.
+struct ZbAllocated {
+    static void* operator new(std::size_t size) { return zbmalloc(size); }
+    static void* operator new[](std::size_t size) { return zbmalloc(size); }
+    static void operator delete(void* ptr) { zbfree(ptr); }
+    static void operator delete[](void* ptr) { zbfree(ptr); }
+};

@@ -1,9 +1,10 @@
 #include <zblib/imaging/ZbConnectedComponents.h>
 
 #include <zblib/data/ZbClampTo.h>
+#include <zblib/data/ZbUnsupportedType.h>
 #include <zblib/foundation/ZbMemory.h>
 #include <zblib/foundation/ZbMultiversion.h>
-#include <zblib/foundation/ZbProgressInterface.h>
+#include <zblib/foundation/ZbProgressScope.h>
 #include <zblib/imaging/ZbLabelGrid.h>
 #include <zblib/imaging/ZbPreviousNeighbours.h>
 
@@ -80,7 +81,7 @@ int addRecord(ZbDArray<Component>& comps, LabelRows& labels, long n)
     return int(comps.append(Component{.id = int(comps.size()), .size = 0, .value = 0, .center = {}}));
 }
 
-/// The given pass: one visit of the voxels in raster order, with one level of indirection from label to
+/// The raster pass: one visit of the voxels in raster order, with one level of indirection from label to
 /// component.
 ///
 /// What happens to a voxel is in visitVoxel() and depends on the labels around it only. Once a visit has
@@ -429,13 +430,10 @@ void ComponentPass::countVoxels(Component& component, long begin, long end) cons
 int labelByteField(const ZbTypedPointer& in, const int* dims, int nb, const ZbTypedPointer& out,
                    ZbDArray<Component>& comps, ZbProgressInterface* progress)
 {
-    if (progress)
-        progress->startWorkingNoStop(
-            QCoreApplication::translate("ZbConnectedComponents", "Identifiying Regions"));
-    const int count = ZbConnectedComponents::labelConnectedComponents(in, dims, nb, out, 0.0, 0.0, &comps);
-    if (progress)
-        progress->stopWorking();
-    return count;
+    const ZbDetail::ProgressScope working(
+        progress, QCoreApplication::translate("ZbConnectedComponents", "Identifiying Regions"),
+        ZbDetail::ProgressScope::NoStop);
+    return ZbConnectedComponents::labelConnectedComponents(in, dims, nb, out, 0.0, 0.0, &comps);
 }
 
 }  // namespace
@@ -486,7 +484,7 @@ int ZbConnectedComponents::label(const ZbTypedPointer& in, const ZbTypedPointer&
     const auto labels = LabelRows::create(out);
     if (!grid || !labels) {
         const ZbPrimType unsupported = grid ? out.getPrimType() : in.getPrimType();
-        std::fprintf(stderr, "Unsupported data type %s in ZbRawData()\n", unsupported.getName());
+        ZbDetail::reportUnsupportedType(unsupported, "ZbRawData()");
         return -1;
     }
     if (!size.isPossible) {

@@ -46,7 +46,7 @@ concept ZbLabelType = std::same_as<T, unsigned char> || std::same_as<T, short> |
 class ZB_API ZbConnectedComponents
 {
 public:
-    /// What the given pass knows of a component. Record 0 is the background, all of its fields are zero.
+    /// What the raster pass knows of a component. Record 0 is the background, all of its fields are zero.
     struct Component {
         int id;           ///< Record that stands for this region; a root stands for itself.
         int size;         ///< Voxels counted into this record.
@@ -82,13 +82,13 @@ public:
                              double low, double high, bool byValue, ZbDArray<Region>& regions,
                              ZbProgressInterface* progress = nullptr);
 
-    /// The given pass in label mode. Returns the number of components, without the background, or -1.
+    /// The raster pass in label mode. Returns the number of components, without the background, or -1.
     /// Without comps the records are dropped.
     static int labelConnectedComponents(const ZbTypedPointer& in, const int* dims, int nb,
                                         const ZbTypedPointer& out, double low, double high,
                                         ZbDArray<Component>* comps = nullptr);
 
-    /// The given pass with labels of the type that out has. labelMode is 0 for threshold mode.
+    /// The raster pass with labels of the type that out has. labelMode is 0 for threshold mode.
     template <ZbLabelType T>
     static int labelConnectedComponents(T* in, const ZbTypedPointer& out, ZbDArray<Component>& comps,
                                         std::type_identity_t<T> low, std::type_identity_t<T> high,
@@ -97,13 +97,13 @@ public:
         return label(ZbTypedPointer(in), out, comps, double(low), double(high), dims, nb, labelMode);
     }
 
-    /// The given pass in threshold mode with unsigned short labels. If out is null it is allocated with
+    /// The raster pass in threshold mode with unsigned short labels. If out is null it is allocated with
     /// zbmalloc; the caller frees it with zbfree, also after a failure. The three numbers without a name and
     /// progress are ignored; comps may be null.
     static int labelCC(ZbTypedPointer in, const int* dims, int nb, unsigned short*& out, int, double low,
                        double high, int, int, ZbDArray<Component>* comps, ZbProgressInterface* progress);
 
-    /// The given pass in label mode on a field of byte labels. The areas of value 0 are labelled too. Calls
+    /// The raster pass in label mode on a field of byte labels. The areas of value 0 are labelled too. Calls
     /// startWorkingNoStop and stopWorking of progress.
     static int labelLabels(unsigned char* in, const int* dims, int nb, unsigned short* out, int, int,
                            ZbDArray<Component>& comps, ZbProgressInterface* progress);
@@ -114,7 +114,7 @@ public:
     /// Orders records by size: -1, 0 or 1.
     static int compareComponents(const Component& a, const Component& b);
 
-    /// The given pass: labels in, writes one label a voxel to out and one record a component to comps.
+    /// The raster pass: labels in, writes one label a voxel to out and one record a component to comps.
     ///
     /// Components are numbered in the order of their first voxel, as far as the pass recognises them. Returns
     /// their number, or -1 with one line on standard error when there are too many records (see
@@ -152,9 +152,9 @@ public:
         return addNew(comps, ZbTypedPointer(labels), n);
     }
 
-    static int dbg_add;    ///< Calls of addNewComponent() in the latest given pass.
+    static int dbg_add;    ///< Calls of addNewComponent() in the latest raster pass.
     static int dbg_merge;  ///< Always 0: merges are not counted.
-    static int dbg_clean;  ///< Clean-ups in the latest given pass.
+    static int dbg_clean;  ///< Clean-ups in the latest raster pass.
 
 private:
     static int label(const ZbTypedPointer& in, const ZbTypedPointer& out, ZbDArray<Component>& comps,

@@ -1,7 +1,8 @@
 #include <zblib/imaging/ZbConnectedComponents.h>
 
+#include <zblib/data/ZbUnsupportedType.h>
 #include <zblib/foundation/ZbMultiversion.h>
-#include <zblib/foundation/ZbProgressInterface.h>
+#include <zblib/foundation/ZbProgressScope.h>
 #include <zblib/imaging/ZbLabelGrid.h>
 #include <zblib/imaging/ZbPreviousNeighbours.h>
 
@@ -528,27 +529,6 @@ RegionLabeller::Outcome RegionLabeller::describe(LabelRows* labels, ZbDArray<Reg
     return outcome;
 }
 
-/// Tells progress, which may be null, when work starts and stops, however it ends.
-class WorkingScope
-{
-public:
-    WorkingScope(ZbProgressInterface* progress, const QString& text) : m_progress(progress)
-    {
-        if (m_progress)
-            m_progress->startWorking(text);
-    }
-    WorkingScope(const WorkingScope&) = delete;
-    WorkingScope& operator=(const WorkingScope&) = delete;
-    ~WorkingScope()
-    {
-        if (m_progress)
-            m_progress->stopWorking();
-    }
-
-private:
-    ZbProgressInterface* const m_progress;
-};
-
 }  // namespace
 
 long ZbConnectedComponents::labelRegions(const ZbTypedPointer& in, const int* dims, int nb,
@@ -560,8 +540,7 @@ long ZbConnectedComponents::labelRegions(const ZbTypedPointer& in, const int* di
     const auto labels = LabelRows::create(out);
     if (!grid || !labels) {
         const ZbPrimType unsupported = grid ? out.getPrimType() : in.getPrimType();
-        std::fprintf(stderr, "Unsupported data type %s in ZbConnectedComponents::labelRegions()\n",
-                     unsupported.getName());
+        ZbDetail::reportUnsupportedType(unsupported, "ZbConnectedComponents::labelRegions()");
         return -1;
     }
     if (!size.isPossible) {
@@ -569,8 +548,8 @@ long ZbConnectedComponents::labelRegions(const ZbTypedPointer& in, const int* di
         return -1;
     }
 
-    const WorkingScope working(progress,
-                               QCoreApplication::translate("ZbConnectedComponents", "Labelling Regions"));
+    const ZbDetail::ProgressScope working(
+        progress, QCoreApplication::translate("ZbConnectedComponents", "Labelling Regions"));
     RegionLabeller labeller(*grid, nb, byValue, progress);
     const RegionLabeller::Outcome connected = labeller.connect();
     const bool isStored = out.getData() != nullptr;

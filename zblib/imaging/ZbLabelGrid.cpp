@@ -2,6 +2,7 @@
 
 #include <zblib/containers/ZbDArray.h>
 #include <zblib/data/ZbClampTo.h>
+#include <zblib/data/ZbUnsupportedType.h>
 #include <zblib/foundation/ZbMultiversion.h>
 #include <zblib/types/ZbPrimTypeVisit.h>
 
@@ -232,7 +233,7 @@ std::unique_ptr<GridRows> GridRows::create(const ZbTypedPointer& in, const GridS
         const auto labels = reinterpret_cast<std::uintptr_t>(out.getData());
         const auto n = std::uintptr_t(size.numVoxels());
         const bool overlaps =
-            values < labels + n * std::uintptr_t(out.getPrimType().size()) && labels < values + n * sizeof(T);
+            values < labels + n * ZbDetail::sizeOrZero(out.getPrimType()) && labels < values + n * sizeof(T);
         rows = std::make_unique<GridRowsOf<T>>(static_cast<const T*>(in.getData()), size, low, high,
                                                keepsRows && overlaps);
     });

@@ -5,6 +5,7 @@
 // The labellers work on bits and indices. Only what is here is compiled for each of the element types, so
 // that there are seven and seven bodies and not one for each of 49 pairs.
 
+#include <zblib/foundation/ZbMemory.h>
 #include <zblib/imaging/ZbGridSize.h>
 #include <zblib/imaging/ZbRowBits.h>
 #include <zblib/types/ZbTypedPointer.h>
@@ -18,7 +19,7 @@ namespace ZbDetail
 bool isLabelType(ZbPrimType type);
 
 /// Compares the values of a grid with thresholds and with each other, a row at a time, into bits.
-class GridRows
+class GridRows : public ZbAllocated
 {
 public:
     /// Null for a type other than those of ZbLabelType. The thresholds become values of that type.
@@ -61,7 +62,7 @@ struct LabelRun {
 };
 
 /// Reads and writes labels as indices.
-class LabelRows
+class LabelRows : public ZbAllocated
 {
 public:
     /// Null for a type other than those of ZbLabelType.

@@ -100,8 +100,11 @@ void ZbInterfaceOwner::getAllInterfaces(ZbDArray<ZbTypedObject*>& out, bool atta
 void ZbInterfaceOwner::interfaceIsBeingDeleted(ZbInterface* object)
 {
     if (m_beingDeleted) {
-        // Another destructor deletes it before its turn: the teardown must not delete it once more.
+        // Another destructor deletes it before its turn: the teardown must not delete it once more. After a teardown
+        // an owner stays in this state; what was registered since then leaves the list by itself.
         dontManageMemory(object);
+        if (const long index = m_interfaces.find(object); index >= 0)
+            m_interfaces.remove(index);
         return;
     }
     if (m_interfaces.isEmpty() || m_managed.find(object) < 0)

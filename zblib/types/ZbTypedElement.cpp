@@ -45,7 +45,7 @@ void combine(Value* a, const Value* b, int count, Operation operation)
 
 ZbTypedElement::ZbTypedElement(const ZbTypedElement& other) : m_type(other.m_type), m_count(other.m_count)
 {
-    const size_t bytes = size_t(m_type.size()) * size_t(std::max(m_count, 0));
+    const size_t bytes = m_count > 0 ? size_t(m_type.size()) * size_t(m_count) : 0;
     m_owned = m_data = zbmalloc(bytes);
     if (bytes > 0)
         std::memcpy(m_data, other.m_data, bytes);
