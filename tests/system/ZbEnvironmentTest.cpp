@@ -27,13 +27,13 @@ TEST(ZbEnvironment, productsComeFirst)
 
 TEST(ZbEnvironment, emptySettingsDoNotExist)
 {
-    EXPECT_FALSE(ZbEnvironment::exists("ZBTEST_TEXT"));
-    ZbEnvironment::setString("ZBTEST_TEXT", "");
-    EXPECT_FALSE(ZbEnvironment::exists("ZBTEST_TEXT"));
-    EXPECT_EQ(ZbEnvironment::getString("ZBTEST_TEXT", "default"), "default");
-    ZbEnvironment::setString("ZBTEST_TEXT", " ");
-    EXPECT_TRUE(ZbEnvironment::exists("ZBTEST_TEXT"));
-    EXPECT_EQ(ZbEnvironment::getString("ZBTEST_TEXT", "default"), " ");
+    EXPECT_FALSE(ZbEnvironment::exists("ZBTEST_EMPTY"));
+    ZbEnvironment::setString("ZBTEST_EMPTY", "");
+    EXPECT_FALSE(ZbEnvironment::exists("ZBTEST_EMPTY"));
+    EXPECT_EQ(ZbEnvironment::getString("ZBTEST_EMPTY", "default"), "default");
+    ZbEnvironment::setString("ZBTEST_EMPTY", " ");
+    EXPECT_TRUE(ZbEnvironment::exists("ZBTEST_EMPTY"));
+    EXPECT_EQ(ZbEnvironment::getString("ZBTEST_EMPTY", "default"), " ");
 }
 
 TEST(ZbEnvironment, textsGoOutAsUtf8AndComeBackAsLatin1)

@@ -53,6 +53,8 @@ TEST(ZbServerSocket, triesOnePortAgainASecondLater)
     EXPECT_EQ(printed([&] { EXPECT_EQ(ZbServerSocket(1).openSocket(port, 3, 5), -1); }),
               "bind: Address already in use\n");
     EXPECT_EQ(SystemCalls::sleeps, 3);
+    EXPECT_EQ(printed([] { EXPECT_EQ(ZbServerSocket(1).openSocket(0, 0, 5), -1); }),
+              "bind: Invalid argument\n");
 }
 
 TEST(ZbServerSocket, keepsASocketWhoseMachineHasNoAddress)

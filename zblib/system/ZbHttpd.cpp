@@ -2,7 +2,6 @@
 
 #include <zblib/containers/ZbString.h>
 #include <zblib/system/ZbSocket.h>
-#include <zblib/system/ZbTakeLine.h>
 
 #include <QByteArray>
 #include <QList>
@@ -28,14 +27,21 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int portCount = 20;
 constexpr int backlog = 25;
+constexpr auto never = Clock::time_point::max();
 constexpr int lineSize = 1024;
 constexpr int maxRetries = 5;
 constexpr int secondInMs = 1000;
+// Pause after a connection that could not be accepted.
+constexpr int failureInMs = 100;
 // Small enough to be still in the cache when it is sent.
 constexpr long pieceSize = 256 * 1024;
 // How long a client whose headers are on their way is waited for once it has been answered.
 constexpr int headersInMs = 100;
 constexpr long maxHeaders = 64 * 1024;
+
+constexpr char get[] = "GET ";
+constexpr char version[] = " HTTP";
+constexpr char marker[] = "<PLAINTEXT>\r\n";
 
 int milliseconds(Clock::duration duration)
 {
@@ -49,7 +55,8 @@ bool waitFor(int fd, short event, Clock::time_point deadline)
 {
     for (;;) {
         pollfd entry = {fd, event, 0};
-        const int ready = ::poll(&entry, 1, milliseconds(deadline - Clock::now()));
+        const int timeout = deadline == never ? -1 : milliseconds(deadline - Clock::now());
+        const int ready = ::poll(&entry, 1, timeout);
         if (ready > 0)
             return true;
         if (ready < 0 && errno == EINTR)
@@ -61,6 +68,14 @@ bool waitFor(int fd, short event, Clock::time_point deadline)
 bool startsWith(const char* text, const char* prefix)
 {
     return qstrnicmp(text, prefix, std::strlen(prefix)) == 0;
+}
+
+void removeLineEnd(char* line)
+{
+    size_t length = std::strlen(line);
+    for (const char c : {'\n', '\r'})
+        if (length > 0 && line[length - 1] == c)
+            line[--length] = 0;
 }
 
 void decodePercents(char* path)
@@ -117,28 +132,79 @@ bool isBinary(const char* data, long length)
     return false;
 }
 
-// Ends fd's sending and takes the rest of the request off it, up to the blank line behind the headers.
-// isLineEmpty: the next byte begins a line.
-//
-// A socket that is closed with bytes in it resets the connection, and the client loses what is still on the
-// way to it. The bytes do not matter; a client that sends no blank line is not waited for long.
-void discardHeaders(int fd, bool isLineEmpty, bool hasHeaders)
+// What a client sends: a line, of which lineSize - 1 bytes count, and headers, which do not matter.
+class Request
 {
-    ::shutdown(fd, SHUT_WR);
-    char piece[4096];
-    const auto deadline = Clock::now() + std::chrono::milliseconds(hasHeaders ? headersInMs : 0);
-    for (long total = 0; total < maxHeaders && waitFor(fd, POLLIN, deadline);) {
-        const long got = ::recv(fd, piece, sizeof piece, MSG_DONTWAIT);
-        if (got <= 0)
+public:
+    explicit Request(int fd) : m_fd(fd) {}
+
+    // Copies the line with its line feed, as far as it counts, into line, which has lineSize bytes. Returns its
+    // length, or what recv did where that was 0 or less, -1 after the deadline.
+    int receiveLine(char* line, Clock::time_point deadline)
+    {
+        long length = 0;
+        while (length < lineSize - 1 && (length == 0 || m_bytes[length - 1] != '\n')) {
+            if (length == m_count)
+                if (const long got = receive(deadline); got <= 0)
+                    return int(got);
+            const long end = std::min<long>(m_count, lineSize - 1);
+            const void* const lineFeed = std::memchr(m_bytes + length, '\n', size_t(end - length));
+            length = lineFeed ? static_cast<const char*>(lineFeed) - m_bytes + 1 : end;
+        }
+        std::memcpy(line, m_bytes, size_t(length));
+        line[length] = 0;
+        m_begin = length;
+        m_isLineEmpty = line[length - 1] == '\n';
+        return int(length);
+    }
+
+    // Takes the headers off the socket, up to the blank line behind them; of those that have not come yet, what
+    // does so within a short time.
+    //
+    // A socket that is closed with bytes in it resets the connection, and the client loses what is still on
+    // the way to it.
+    void discardHeaders(bool hasHeaders)
+    {
+        if (endsInPiece())
             return;
-        total += got;
-        for (long i = 0; i < got; ++i) {
-            if (piece[i] == '\n' && isLineEmpty)
+        ::shutdown(m_fd, SHUT_WR);
+        const auto deadline = Clock::now() + std::chrono::milliseconds(hasHeaders ? headersInMs : 0);
+        for (long total = m_count; total < maxHeaders; total += m_count) {
+            m_begin = m_count = 0;
+            if (receive(deadline) <= 0 || endsInPiece())
                 return;
-            isLineEmpty = piece[i] == '\n' || (isLineEmpty && piece[i] == '\r');
         }
     }
-}
+
+private:
+    // Appends to the piece, which has room.
+    long receive(Clock::time_point deadline)
+    {
+        for (;;) {
+            const long got = ::recv(m_fd, m_bytes + m_count, sizeof m_bytes - size_t(m_count), MSG_DONTWAIT);
+            if (got < 0 && (errno == EINTR || (errno == EAGAIN && waitFor(m_fd, POLLIN, deadline))))
+                continue;
+            m_count += std::max(got, 0L);
+            return got;
+        }
+    }
+
+    bool endsInPiece()
+    {
+        for (long i = m_begin; i < m_count; ++i) {
+            if (m_bytes[i] == '\n' && m_isLineEmpty)
+                return true;
+            m_isLineEmpty = m_bytes[i] == '\n' || (m_isLineEmpty && m_bytes[i] == '\r');
+        }
+        return false;
+    }
+
+    int m_fd;
+    char m_bytes[4096];          // the latest piece; it begins with the line until headers follow
+    long m_count = 0;            // of bytes in the piece
+    long m_begin = 0;            // of the headers in the piece
+    bool m_isLineEmpty = false;  // the next byte of the headers begins a line
+};
 
 // Whether a path, read from left to right, is above the folder that it starts from anywhere.
 bool leavesItsStart(const QByteArray& path)
@@ -166,17 +232,28 @@ struct ZbHttpd::Transfer {
     long send(const char* data, long length)
     {
         long sent = 0;
+        bool isLate = false;   // a second has passed without room
+        bool hadRoom = false;  // said the system, but took nothing
         while (sent < length) {
-            // The system speaks of room when a good part of its buffer is free. A slow client may need longer
-            // for that than it is given, so there is a try whatever the answer.
-            const bool hasRoom = waitFor(fd, POLLOUT, Clock::now() + std::chrono::milliseconds(secondInMs));
+            // Where there is room, the call itself tells so: it is waited for behind a try that found none.
             const long count = ::send(fd, data + sent, size_t(length - sent), MSG_NOSIGNAL | MSG_DONTWAIT);
-            if (count >= 0)
+            if (count >= 0) {
                 sent += count;
-            else if (errno == EAGAIN && !hasRoom && retries < maxRetries)
-                ++retries;
-            else if (errno != EINTR && (errno != EAGAIN || !hasRoom))
+                isLate = hadRoom = false;
+                continue;
+            }
+            if (errno == EINTR)
+                continue;
+            if (errno != EAGAIN || (isLate && retries == maxRetries))
                 break;
+            retries += isLate;
+            // The system speaks of room when a good part of its buffer is free, for which a slow client may
+            // need longer than it is given: so there is a try whatever the answer.
+            const bool hasRoom = waitFor(fd, POLLOUT, Clock::now() + std::chrono::milliseconds(secondInMs));
+            if (hasRoom && hadRoom)
+                ::sleep(1);  // It is the system that is short of memory.
+            isLate = !hasRoom || hadRoom;
+            hadRoom = hasRoom;
         }
         if (sent < length)
             std::perror("send");
@@ -196,8 +273,9 @@ public:
     bool open(int folder, const char* name, bool followsLink)
     {
         close();
-        // A pipe holds up who opens it, a device may even act on it: they are told by their state, which is
-        // looked at again in case that another has come in their place.
+        // Devices, pipes and sockets are not found, and that is meant: a pipe holds up who opens it, a device
+        // may even act on it or never end. They are told by their state, which is looked at again in case that
+        // another has come in their place.
         if (::fstatat(folder, name, &m_status, followsLink ? 0 : AT_SYMLINK_NOFOLLOW) != 0 || !isServed())
             return false;
         m_descriptor = ::openat(
@@ -216,6 +294,8 @@ public:
             if (got == 0 || (got < 0 && errno != EINTR))
                 break;
             count += std::max(got, 0L);
+            if (position + count == size())
+                break;  // or it would take a read more to find that there is no more
         }
         return count;
     }
@@ -262,42 +342,27 @@ void ZbHttpd::mainLoop()
         const int fd = m_server.accept();
         if (fd >= 0)
             handleRequest(fd);
-        else if (errno == EMFILE || errno == ENFILE)
-            ::poll(nullptr, 0,
-                   100);  // the connection is still there: until descriptors are free, not at full speed
+        else
+            // Without descriptors or memory the connection stays where it is: not to be asked for at full speed.
+            ::poll(nullptr, 0, failureInMs);
     }
 }
 
 void ZbHttpd::handleRequest(int fd)
 {
+    const auto deadline =
+        m_receiveTimeout > 0 ? Clock::now() + std::chrono::milliseconds(m_receiveTimeout) : never;
     char line[lineSize];
-    if (const int length = receiveLine(fd, line, lineSize); length > 0) {
-        const bool isWhole = line[length - 1] == '\n';
-        const bool hasHeaders = !isWhole || std::strstr(line, " HTTP") != nullptr;
+    Request request(fd);
+    if (const int length = request.receiveLine(line, deadline); length > 0) {
+        // A client that gets no answer has nothing to lose.
+        const bool isAnswered = startsWith(line, get);
+        const bool hasHeaders = line[length - 1] != '\n' || std::strstr(line, version) != nullptr;
         interprete(fd, line);
-        discardHeaders(fd, isWhole, hasHeaders);
+        if (isAnswered)
+            request.discardHeaders(hasHeaders);
     }
     ZbSocket::close(fd);
-}
-
-int ZbHttpd::receiveLine(int fd, char* line, int size) const
-{
-    if (m_receiveTimeout <= 0)
-        return ZbSocket::receive(fd, line, size, 1);
-    // The time is that of the whole line: a client may well send a byte now and then.
-    const auto deadline = Clock::now() + std::chrono::milliseconds(m_receiveTimeout);
-    ZbSocket::nonBlocking(fd);
-    int count = 0;
-    while (count < size - 1 && (count == 0 || line[count - 1] != '\n')) {
-        if (!waitFor(fd, POLLIN, deadline))
-            return -1;
-        const long got = ZbDetail::takeLine(fd, line + count, size - 1 - count);
-        if (got == 0 || (got < 0 && errno != EAGAIN && errno != EINTR))
-            return int(got);
-        count += int(std::max(got, 0L));
-    }
-    line[count] = 0;
-    return count;
 }
 
 void ZbHttpd::interprete(int fd, char* requestLine)
@@ -305,7 +370,7 @@ void ZbHttpd::interprete(int fd, char* requestLine)
     for (FILE* const stream : {m_log, stdout})
         if (stream)
             std::fprintf(stream, "ZbHttpd: received %d: %s\n", fd, requestLine);
-    if (!startsWith(requestLine, "GET ")) {
+    if (!startsWith(requestLine, get)) {
         if (startsWith(requestLine, "QUIT")) {
             std::fputs("Terminating http daemon\n", stderr);
             m_quit = 1;
@@ -314,11 +379,11 @@ void ZbHttpd::interprete(int fd, char* requestLine)
         return;
     }
 
-    char* const path = requestLine + 4;
-    if (char* const end = std::strstr(path, " HTTP"))
+    char* const path = requestLine + std::strlen(get);
+    if (char* const end = std::strstr(path, version))
         *end = 0;
-    // Without a version, the line's end follows the path.
-    path[std::strcspn(path, "\r\n")] = 0;
+    else
+        removeLineEnd(path);
     decodePercents(path);
     if (executeScript(fd, path))
         return;
@@ -399,17 +464,19 @@ bool ZbHttpd::openFile(const char* path, File& file) const
     // Somebody may put a link in place of a folder meanwhile, so each step from the root on refuses links.
     int folder = ::open(m_root, O_PATH | O_DIRECTORY | O_CLOEXEC);
     const auto names = QByteArray(resolved.getString()).mid(m_root.length()).split('/');
-    QByteArray last = ".";
+    QByteArray last;
     for (const QByteArray& name : names) {
         if (name.isEmpty())
             continue;
-        const int inner = ::openat(folder, last, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-        if (folder >= 0)
-            ::close(folder);
-        folder = inner;
+        if (!last.isEmpty()) {
+            const int inner = ::openat(folder, last, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+            if (folder >= 0)
+                ::close(folder);
+            folder = inner;
+        }
         last = name;
     }
-    const bool isOpen = file.open(folder, last, false);
+    const bool isOpen = file.open(folder, last.isEmpty() ? "." : last.constData(), false);
     if (folder >= 0)
         ::close(folder);
     return isOpen;
@@ -424,6 +491,7 @@ bool ZbHttpd::openPage(const char* path, ZbFilename& page, File& file) const
     if (!file.isFolder())
         return true;
     for (const char* const name : {"index.html", "main.html"}) {
+        // A folder of that name opens too, but it is no page: that it is passed over is meant.
         page = ZbFilename(path);
         page.appendFile(name);
         if (openFile(page, file) && !file.isFolder())
@@ -439,24 +507,28 @@ void ZbHttpd::sendFile(int fd, const char* path, const File& file)
     m_piece.resize(pieceSize);
     char* const piece = m_piece.data();
     long count = file.read(piece, pieceSize, 0);
-    // The system gives some files no size: they are read to their end.
-    const long length = count < pieceSize      ? count
-                        : file.size() >= count ? file.size()
-                                               : std::numeric_limits<long>::max();
+    // The system gives some files no size: they are read to their end, and what they had is known then.
+    const bool hasSize = count < pieceSize || file.size() >= count;
+    const long length = !hasSize ? std::numeric_limits<long>::max() : count < pieceSize ? count : file.size();
+    const auto log = [&](long bytes) {
+        if (m_log)
+            std::fprintf(m_log, "ZbHttpd: sending file %s (%ld bytes)\n", path, bytes);
+    };
     ZbSocket::nonBlocking(fd);
-    if (!hasKnownType(path) && needsMarker(file, count, length)) {
-        constexpr char marker[] = "<PLAINTEXT>\r\n";
-        Transfer{fd}.send(marker, sizeof marker - 1);
-    }
-    if (m_log)
-        std::fprintf(m_log, "ZbHttpd: sending file %s (%ld bytes)\n", path,
-                     length < std::numeric_limits<long>::max() ? length : count);
-    // Not by sendfile, which cannot keep SIGPIPE away.
     Transfer transfer{fd};
-    for (long position = 0; count > 0 && transfer.send(piece, count) == count;) {
+    bool isThere = true;
+    if (!hasKnownType(path) && needsMarker(file, count, length))
+        isThere = transfer.send(marker, sizeof marker - 1) == sizeof marker - 1;
+    if (hasSize)
+        log(length);
+    // Not by sendfile, which cannot keep SIGPIPE away, and whose client finds the bytes no longer in the cache.
+    long position = 0;
+    for (; isThere && count > 0 && transfer.send(piece, count) == count;) {
         position += count;
         count = file.read(piece, std::min(pieceSize, length - position), position);
     }
+    if (!hasSize)
+        log(position);
 }
 
 // Whether the file is text that a browser would take for HTML by mistake: no byte of it is binary, and the

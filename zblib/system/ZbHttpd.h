@@ -16,9 +16,10 @@
 ///
 /// Replies have no status line and no headers: the bytes of the file come as they are, behind "<PLAINTEXT>"
 /// and a line end where they look like text that is not HTML, and the end of the connection ends them.
-/// Current browsers do not show that; curl does, with --http0.9. One connection is served at a time, to its
-/// end, on the thread that calls mainLoop(). Only regular files and folders are opened. A file is sent in
-/// pieces, so its size does not matter; one that changes meanwhile may come in part old and in part new.
+/// Chromium shows that from port 80 alone, other current browsers may not; curl does, with --http0.9. One
+/// connection is served at a time, to its end, on the thread that calls mainLoop(). Only regular files and
+/// folders are opened. A file is sent in pieces, so its size does not matter; one that changes meanwhile may
+/// come in part old and in part new.
 ///
 /// A client that hangs up ends its transfer and no more, one that takes nothing for a second six times over
 /// as well. A client that sends no request line holds up the responder unless there is a receive timeout. Not
@@ -52,6 +53,10 @@ public:
     // The steps of a request, in order. Descriptors are sockets.
 
     /// Receives the request line, of which 1023 bytes count, answers it, and closes fd.
+    ///
+    /// What follows the line does not matter, but where there was an answer it is taken off the socket, up to
+    /// the blank line behind the headers, 64 KiB, or a tenth of a second: or the system would cut the answer
+    /// short, as it does on a connection that is closed with bytes in it.
     void handleRequest(int fd);
     /// Answers a request line, which is changed on the way. Prints it on standard output too.
     void interprete(int fd, char* requestLine);
@@ -60,9 +65,9 @@ public:
     bool executeScript(int fd, char* path);
     /// Sends the page for the first length bytes of path, which is cut there, and a zero byte.
     void fileNotFound(int fd, char* path, int length);
-    /// Makes fd non-blocking and sends all bytes, waiting up to a second for room before each try. After five
-    /// tries without room in all the next, as any other failure at once, ends it with an error on standard
-    /// error. Returns the number of bytes sent.
+    /// Makes fd non-blocking and sends all bytes, waiting for room where there is none. A try that a second
+    /// without room goes before, and that finds none, has failed; after five of these in all the next, as any
+    /// other failure at once, ends it with an error on standard error. Returns the number of bytes sent.
     int send(int fd, const char* data, int length);
 
     /// The number of gethostid() as "a.b.c.d", in a buffer that the next call fills again.
@@ -72,7 +77,6 @@ private:
     struct Transfer;
     class File;
 
-    int receiveLine(int fd, char* line, int size) const;
     bool openFile(const char* path, File& file) const;
     bool openPage(const char* path, ZbFilename& page, File& file) const;
     bool resolve(const char* path, ZbFilename& resolved) const;

@@ -57,6 +57,7 @@ int ZbServerSocket::openSocket(int port, int tries, int backlog)
         if (!isBound && port > 65535)
             errno = EINVAL;
     } else {
+        errno = EINVAL;  // the cause where there is to be no try
         for (int i = 0; !isBound && i < tries; ++i) {
             isBound = bindTo(port);
             if (!isBound) {
@@ -130,6 +131,8 @@ void ZbServerSocket::close()
 
 void ZbServerSocket::error(const char* context) const
 {
+    const int cause = errno;
     if (m_verbose)
         std::fprintf(stderr, "%s: %s\n", context ? context : "ZbServerSocket", ZbSocket::strerror());
+    errno = cause;
 }

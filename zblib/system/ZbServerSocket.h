@@ -42,7 +42,7 @@ public:
 
     /// The port that it listens on, or -1.
     int getPort() const noexcept { return m_port; }
-    /// Prints "context: text of errno" if verbose. Null stands for "ZbServerSocket".
+    /// Prints "context: text of errno" if verbose, and keeps errno. Null stands for "ZbServerSocket".
     void error(const char* context) const;
 
 private:

@@ -1,7 +1,5 @@
 #include <zblib/system/ZbSocket.h>
 
-#include <zblib/system/ZbTakeLine.h>
-
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netdb.h>
@@ -13,7 +11,13 @@
 #include <cerrno>
 #include <cstring>
 
-long ZbDetail::takeLine(int fd, char* buffer, long room)
+namespace
+{
+
+// Waits for bytes, unless fd is non-blocking, and takes as many off the socket as there are up to and with the
+// first line feed, at most room, which is positive. Returns their number, or what recv returned where that was
+// 0 or less. The same bytes as with one recv for each, in two calls of the system.
+long takeLine(int fd, char* buffer, long room)
 {
     const long there = ::recv(fd, buffer, size_t(room), MSG_PEEK);
     if (there <= 0)
@@ -21,9 +25,6 @@ long ZbDetail::takeLine(int fd, char* buffer, long room)
     const auto* const lineFeed = static_cast<const char*>(std::memchr(buffer, '\n', size_t(there)));
     return ::recv(fd, buffer, size_t(lineFeed ? lineFeed - buffer + 1 : there), 0);
 }
-
-namespace
-{
 
 bool resolve(const char* host, in_addr& address)
 {
@@ -86,7 +87,7 @@ int ZbSocket::receive(int fd, char* buffer, int size, int lineMode)
     const int room = lineMode ? size - 1 : size;
     int count = 0;
     do {
-        const long got = lineMode ? ZbDetail::takeLine(fd, buffer + count, room - count)
+        const long got = lineMode ? takeLine(fd, buffer + count, room - count)
                                   : long(::recv(fd, buffer + count, size_t(room - count), 0));
         if (got <= 0)
             return int(got);
@@ -103,7 +104,7 @@ long ZbSocket::readLine(int fd, ZbString& line)
     line.clear();
     char piece[4096];
     for (;;) {
-        const long got = ZbDetail::takeLine(fd, piece, sizeof piece);
+        const long got = takeLine(fd, piece, sizeof piece);
         if (got <= 0)
             return got;
         line.append(piece, got);
