@@ -139,6 +139,7 @@ BENCHMARK(general)->Name("Eigen EigenSolver");
 
 void solveDense(benchmark::State& state)
 {
+    Eigen::setNbThreads(1);
     const Eigen::MatrixXf m = Eigen::MatrixXf::Random(state.range(0), state.range(0));
     const Eigen::VectorXf b = Eigen::VectorXf::Random(state.range(0));
     for (auto _ : state) {

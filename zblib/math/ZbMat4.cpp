@@ -88,7 +88,9 @@ bool invertByFactors(const ZbMat4<T>& m, ZbMat4<T>& inverse) noexcept
 {
     using Row [[gnu::vector_size(4 * sizeof(T))]] = T;
     Row a[4], b[4] = {Row{1, 0, 0, 0}, Row{0, 1, 0, 0}, Row{0, 0, 1, 0}, Row{0, 0, 0, 1}};
-    std::memcpy(a, m[0], sizeof a);
+#pragma GCC unroll 4
+    for (int i = 0; i < 4; ++i)
+        std::memcpy(&a[i], m[i], sizeof a[i]);
 #pragma GCC unroll 4
     for (int k = 0; k < 4; ++k) {
         int pivot = k;
@@ -122,7 +124,9 @@ bool invertByFactors(const ZbMat4<T>& m, ZbMat4<T>& inverse) noexcept
             b[i] -= a[i][j] * b[j];
         b[i] /= a[i][i];
     }
-    std::memcpy(inverse[0], b, sizeof b);
+#pragma GCC unroll 4
+    for (int i = 0; i < 4; ++i)
+        std::memcpy(inverse[i], &b[i], sizeof b[i]);
     return true;
 }
 

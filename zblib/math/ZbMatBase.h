@@ -173,11 +173,15 @@ private:
     static Mat productOfRows(const Mat& a, const Mat& b) noexcept requires(N == 4)
     {
         using Row [[gnu::vector_size(N * sizeof(T))]] = T;
-        Row rows[N];
-        std::memcpy(rows, b[0], sizeof rows);
+        // One by one: the compiler keeps an array that is filled at once on the stack as well.
+        Row b0, b1, b2, b3;
+        std::memcpy(&b0, b[0], sizeof b0);
+        std::memcpy(&b1, b[1], sizeof b1);
+        std::memcpy(&b2, b[2], sizeof b2);
+        std::memcpy(&b3, b[3], sizeof b3);
         Mat result;
         for (int i = 0; i < N; ++i) {
-            const Row sum = a[i][0] * rows[0] + a[i][1] * rows[1] + a[i][2] * rows[2] + a[i][3] * rows[3];
+            const Row sum = a[i][0] * b0 + a[i][1] * b1 + a[i][2] * b2 + a[i][3] * b3;
             std::memcpy(result[i], &sum, sizeof sum);
         }
         return result;
