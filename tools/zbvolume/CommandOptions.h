@@ -3,6 +3,7 @@
 #include "HistogramPicture.h"
 #include "Volume.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -62,14 +63,84 @@ struct CountOptions {
     std::string png;
 };
 
+/// Where a command that makes a volume of a volume puts it.
+struct ResultOptions {
+    std::string path;
+    std::string png;  // empty: not wanted
+
+    void addTo(CLI::App& command);
+};
+
+struct CropOptions {
+    SourceOptions source;
+    ResultOptions result;
+    std::array<int, 3> from{};  // both included
+    std::array<int, 3> to{};
+    double fill = 0;
+};
+
+struct PermuteOptions {
+    SourceOptions source;
+    ResultOptions result;
+    std::array<int, 3> order = {0, 1, 2};  // new axis k is the old axis order[k]
+};
+
+struct ConvertOptions {
+    SourceOptions source;
+    std::string output;
+    std::string type;
+    double offset = 0;
+    double scale = 1;
+};
+
+struct ResampleOptions {
+    SourceOptions source;
+    ResultOptions result;
+    std::optional<std::array<int, 3>> size;  // else factor
+    double factor = 1;
+    std::string kernel = "triangle";
+    std::string type;  // empty: that of the file
+    bool areCategories = false;
+};
+
+struct MorphologyOptions {
+    SourceOptions source;
+    ResultOptions result;
+    bool isErosion = true;
+    double threshold = 0;
+    int iterations = 1;
+    std::string axes = "xyz";  // of an erosion
+    std::string protect;       // of an erosion; empty: nothing is protected
+    bool nanIsBackground = false;
+};
+
 Report info(const InfoOptions& options, TerminalProgress& progress);
 Report histogram(const HistogramOptions& options, TerminalProgress& progress);
 Report count(const CountOptions& options, TerminalProgress& progress);
+Report crop(const CropOptions& options, TerminalProgress& progress);
+Report permute(const PermuteOptions& options, TerminalProgress& progress);
+Report convert(const ConvertOptions& options, TerminalProgress& progress);
+Report resample(const ResampleOptions& options, TerminalProgress& progress);
+Report morphology(const MorphologyOptions& options, TerminalProgress& progress);
 Report sample(const std::string& path, int size, TerminalProgress& progress);
 
 /// An option that names a file to write.
 CLI::Option* addOutput(CLI::App& command, const std::string& name, std::string& path,
                        const std::string& description);
+
+/// The option that names the volume to write.
+CLI::Option* addResult(CLI::App& command, std::string& path);
+/// An option that names the type of the voxels to write. A type that cannot be written is a wrong command line.
+CLI::Option* addType(CLI::App& command, std::string& type, const std::string& description);
+/// The type of that name, one that addType() lets through.
+ZbPrimType writtenType(const std::string& name);
+
+/// Lines about the grid of a volume: its sizes, and where it lies in space if that is known.
+void reportSize(Report& report, const std::array<int, 3>& dims);
+void reportPlace(Report& report, const Geometry& geometry);
+
+/// Throws Failure where volume has voxels that are not a number: they are neither below nor above a threshold.
+void refuseNan(const Volume& volume);
 
 /// value as it stands in the volume: with the digits that its type needs.
 std::string storedText(const Volume& volume, double value);

@@ -29,6 +29,12 @@ struct Chosen {
 void addInfo(CLI::App& app, Chosen& chosen);
 void addHistogram(CLI::App& app, Chosen& chosen);
 void addCount(CLI::App& app, Chosen& chosen);
+void addErode(CLI::App& app, Chosen& chosen);
+void addDilate(CLI::App& app, Chosen& chosen);
+void addResample(CLI::App& app, Chosen& chosen);
+void addCrop(CLI::App& app, Chosen& chosen);
+void addPermute(CLI::App& app, Chosen& chosen);
+void addConvert(CLI::App& app, Chosen& chosen);
 void addSample(CLI::App& app, Chosen& chosen);
 void addDemo(CLI::App& app, Chosen& chosen);
 void addServe(CLI::App& app, Chosen& chosen);

@@ -27,13 +27,10 @@ namespace
 // NaN is neither below nor above a threshold: the user decides what it is.
 void settleNan(Volume& volume, const CountOptions& options)
 {
-    const long count = countNan(volume);
-    if (count == 0)
-        return;
     if (!options.nanIsBackground)
-        throw Failure(volume.path,
-                      "has " + std::to_string(count) +
-                          " voxels that are not a number; --nan-background takes them as background");
+        refuseNan(volume);
+    if (volume.type.isInteger())
+        return;
     const auto replace = [&](auto* values) {
         using Value = std::remove_pointer_t<decltype(values)>;
         std::replace_if(
@@ -98,12 +95,13 @@ void writeLabels(VolumeWriter& writer, const Volume& volume, const ObjectCount& 
                            [&](int label) { return Label(count.ranks[std::size_t(label)]); });
         };
     };
+    constexpr auto meaning = VolumeWriter::Meaning::New;
     if (largest <= std::numeric_limits<unsigned char>::max())
-        writer.write(volume, ZbPrimType::BYTE, produce((unsigned char)0), &progress);
+        writer.write(volume, ZbPrimType::BYTE, meaning, produce((unsigned char)0), &progress);
     else if (largest <= std::numeric_limits<unsigned short>::max())
-        writer.write(volume, ZbPrimType::USHORT, produce((unsigned short)0), &progress);
+        writer.write(volume, ZbPrimType::USHORT, meaning, produce((unsigned short)0), &progress);
     else
-        writer.write(volume, ZbPrimType::INT, produce(0), &progress);
+        writer.write(volume, ZbPrimType::INT, meaning, produce(0), &progress);
 }
 
 QImage picture(const Volume& volume, const ObjectCount& count, const CountOptions& options, double threshold)

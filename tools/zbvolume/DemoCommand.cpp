@@ -75,7 +75,70 @@ Report demo(const std::string& folder, TerminalProgress& progress)
          {file, "--threshold", std::to_string(sampleThreshold), "--labels", countOptions.labels, "--png",
           countOptions.png, "--csv", countOptions.csv},
          count(countOptions, progress));
-    const std::vector<std::string> pictures = {histogramOptions.png, countOptions.png};
+
+    CropOptions cropOptions;
+    cropOptions.source.path = file;
+    cropOptions.result = {inFolder("coil.nii.gz"), inFolder("crop.png")};
+    cropOptions.from = {32, 32, 12};
+    cropOptions.to = {95, 95, 107};
+    show("crop",
+         {file, "--from", "32", "32", "12", "--to", "95", "95", "107", "-o", cropOptions.result.path, "--png",
+          cropOptions.result.png},
+         crop(cropOptions, progress));
+
+    ResampleOptions resampleOptions;
+    resampleOptions.source.path = cropOptions.result.path;
+    resampleOptions.result = {inFolder("fine.nii.gz"), inFolder("resample.png")};
+    resampleOptions.factor = 3;
+    resampleOptions.kernel = "mitchell";
+    show("resample",
+         {cropOptions.result.path, "--factor", "3", "--kernel", resampleOptions.kernel, "-o",
+          resampleOptions.result.path, "--png", resampleOptions.result.png},
+         resample(resampleOptions, progress));
+
+    MorphologyOptions erodeOptions;
+    erodeOptions.source.path = file;
+    erodeOptions.result = {inFolder("eroded.nii.gz"), inFolder("erode.png")};
+    erodeOptions.threshold = sampleThreshold;
+    erodeOptions.iterations = 2;
+    show("erode",
+         {file, "--threshold", std::to_string(sampleThreshold), "--iterations", "2", "-o",
+          erodeOptions.result.path, "--png", erodeOptions.result.png},
+         morphology(erodeOptions, progress));
+
+    MorphologyOptions dilateOptions;
+    dilateOptions.isErosion = false;
+    dilateOptions.source.path = erodeOptions.result.path;
+    dilateOptions.result = {inFolder("opened.nii.gz"), inFolder("dilate.png")};
+    dilateOptions.threshold = 1;
+    dilateOptions.iterations = 2;
+    show("dilate",
+         {erodeOptions.result.path, "--threshold", "1", "--iterations", "2", "-o", dilateOptions.result.path,
+          "--png", dilateOptions.result.png},
+         morphology(dilateOptions, progress));
+
+    PermuteOptions permuteOptions;
+    permuteOptions.source.path = cropOptions.result.path;
+    permuteOptions.result = {inFolder("turned.nii.gz"), inFolder("permute.png")};
+    permuteOptions.order = {2, 0, 1};
+    show("permute",
+         {cropOptions.result.path, "--order", "2", "0", "1", "-o", permuteOptions.result.path, "--png",
+          permuteOptions.result.png},
+         permute(permuteOptions, progress));
+
+    ConvertOptions convertOptions;
+    convertOptions.source.path = cropOptions.result.path;
+    convertOptions.output = inFolder("fractions.nii.gz");
+    convertOptions.type = "float";
+    convertOptions.scale = 0.004;
+    show("convert",
+         {cropOptions.result.path, "--type", "float", "--scale", "0.004", "-o", convertOptions.output},
+         convert(convertOptions, progress));
+
+    const std::vector<std::string> pictures = {histogramOptions.png,     countOptions.png,
+                                               cropOptions.result.png,   resampleOptions.result.png,
+                                               erodeOptions.result.png,  dilateOptions.result.png,
+                                               permuteOptions.result.png};
     report.addSection(
         "pictures",
         [=](const Sink& sink) {
@@ -83,7 +146,10 @@ Report demo(const std::string& folder, TerminalProgress& progress)
                 sink("picture: " + picture + "\n");
         },
         [=] {
-            return QJsonArray({QString::fromStdString(pictures[0]), QString::fromStdString(pictures[1])});
+            QJsonArray names;
+            for (const std::string& picture : pictures)
+                names.append(QString::fromStdString(picture));
+            return names;
         });
     return report;
 }

@@ -15,29 +15,18 @@ namespace zbvolume
 namespace
 {
 
-std::vector<std::string> texts(const std::array<double, 3>& values)
-{
-    return {rounded(values[0]), rounded(values[1]), rounded(values[2])};
-}
-
 void describeFile(Report& report, const Volume& volume)
 {
     report.add("file", volume.path);
     report.add("format", volume.format);
     report.add("type", volume.fileType.getName());
-    report.addNumbers(
-        "size",
-        {std::to_string(volume.dims[0]), std::to_string(volume.dims[1]), std::to_string(volume.dims[2])},
-        " x ");
+    reportSize(report, volume.dims);
     report.add("voxels", volume.voxelCount());
     if (volume.frames > 1) {
         report.add("frames", volume.frames);
         report.add("frame", volume.frame);
     }
-    if (volume.geometry.isKnown()) {
-        report.addNumbers("spacing", texts(volume.geometry.spacing), " x ", "mm");
-        report.addNumbers("origin", texts(volume.geometry.position({0, 0, 0})), " ", "mm");
-    }
+    reportPlace(report, volume.geometry);
     report.addNumber("slope", rounded(volume.slope));
     report.addNumber("offset", rounded(volume.offset));
 }

@@ -11,10 +11,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <future>
 #include <limits>
+#include <memory>
 #include <numeric>
+#include <thread>
 
 namespace zbvolume
 {
@@ -97,28 +101,58 @@ private:
     int m_saved;
 };
 
-Regions labelGivenPass(const Volume& volume, const ObjectRule& rule, double low, double high,
-                       VoxelBlock labels)
-{
+// What the given pass works on. It belongs to the pass as long as that runs.
+struct GivenPass {
+    ZbPrimType type;
+    std::array<int, 3> dims{};
+    VoxelBlock voxels;
+    VoxelBlock labels;
     ZbDArray<Components::Component> components;
-    int count = -1;
+
+    int run(const ObjectRule& rule, double low, double high)
+    {
+        int count = -1;
+        zbVisitPrimType<unsigned char, short, unsigned short, int, unsigned int, float, double>(
+            type, [&](auto tag) {
+                using Value = typename decltype(tag)::Type;
+                // The thresholds fit the type, or lie below its range.
+                const auto threshold = [](double value) {
+                    return Value(std::max(value, double(std::numeric_limits<Value>::lowest())));
+                };
+                count = Components::labelConnectedComponents(
+                    static_cast<Value*>(voxels.get()), ZbTypedPointer(labels.get(), ZbPrimType::INT),
+                    components, threshold(low), threshold(high), dims.data(), rule.neighbours, rule.byValue);
+            });
+        return count;
+    }
+};
+
+// The pass cannot be stopped. After Ctrl-C it is left alone with what it works on, until the process ends.
+Regions labelGivenPass(Volume& volume, const ObjectRule& rule, double low, double high, VoxelBlock labels,
+                       ZbProgressInterface& progress)
+{
+    const auto pass = std::make_shared<GivenPass>();
+    pass->type = volume.type;
+    pass->dims = volume.dims;
+    pass->voxels = std::move(volume.block);
+    pass->labels = std::move(labels);
     const QuietStandardError quiet;
-    const ZbTypedPointer out(labels.get(), ZbPrimType::INT);
-    zbVisitPrimType<unsigned char, short, unsigned short, int, unsigned int, float, double>(
-        volume.type, [&](auto tag) {
-            using Value = typename decltype(tag)::Type;
-            // The thresholds fit the type, or lie below its range.
-            const auto threshold = [](double value) {
-                return Value(std::max(value, double(std::numeric_limits<Value>::lowest())));
-            };
-            count = Components::labelConnectedComponents(static_cast<Value*>(volume.block.get()), out,
-                                                         components, threshold(low), threshold(high),
-                                                         volume.dims.data(), rule.neighbours, rule.byValue);
-        });
-    if (count < 0)
+    progress.startWorking("Labelling");
+    std::packaged_task<int()> task([pass, rule, low, high] { return pass->run(rule, low, high); });
+    std::future<int> done = task.get_future();
+    std::thread thread(std::move(task));
+    while (done.wait_for(std::chrono::milliseconds(50)) != std::future_status::ready)
+        if (progress.wasInterrupted(true)) {
+            thread.detach();
+            throw Interrupted();
+        }
+    thread.join();
+    progress.stopWorking();
+    volume.block = std::move(pass->voxels);
+    if (done.get() < 0)
         throw Failure(volume.path, "has too many objects for the given pass");
-    Regions result{{}, std::move(labels)};
-    for (const Components::Component& component : components) {
+    Regions result{{}, std::move(pass->labels)};
+    for (const Components::Component& component : pass->components) {
         Object object{component.size, component.value, double(component.value), {}, {}, {}};
         for (std::size_t i = 0; i < 3; i++)
             object.centre[i] = component.size > 0 ? double(component.center[i]) / component.size : 0;
@@ -147,10 +181,8 @@ ObjectCount countObjects(Volume& volume, const ObjectRule& rule, bool wantLabels
     VoxelBlock labels;
     if (wantLabels || rule.givenPass)
         labels = allocateVoxels(volume.path, std::uint64_t(volume.voxelCount()) * sizeof(int));
-    progress.startWorking("Labelling");
-    Regions regions = rule.givenPass ? labelGivenPass(volume, rule, low, high, std::move(labels))
+    Regions regions = rule.givenPass ? labelGivenPass(volume, rule, low, high, std::move(labels), progress)
                                      : labelTrueRegions(volume, rule, low, high, std::move(labels), progress);
-    progress.stopWorking();
 
     ObjectCount result;
     std::vector<int> kept;

@@ -1,11 +1,9 @@
 #include "ObjectPicture.h"
 
 #include "Numbers.h"
+#include "SliceImage.h"
 #include "StrokeFont.h"
 
-#include <zblib/types/ZbPrimTypeVisit.h>
-
-#include <QColor>
 #include <QPainter>
 
 #include <algorithm>
@@ -17,10 +15,6 @@ namespace zbvolume
 
 namespace
 {
-
-const QColor background(24, 26, 31);
-const QColor paper(235, 237, 241);
-const QColor quiet(150, 156, 168);
 
 constexpr int columns = 4;
 constexpr int maxRows = 3;
@@ -39,49 +33,6 @@ QColor objectColour(int rank)
     const double value = rank / 6 % 2 == 0 ? 1.0 : 0.82;
     return QColor::fromHsvF(float(turn - std::floor(turn)), float(saturation), float(value));
 }
-
-QRgb shaded(const QColor& colour, double light)
-{
-    const double factor = std::clamp(light, 0.0, 1.0);
-    return qRgb(int(colour.red() * factor), int(colour.green() * factor), int(colour.blue() * factor));
-}
-
-// One slice across z as numbers.
-std::vector<float> sliceValues(const Volume& volume, int z)
-{
-    const long size = long(volume.dims[0]) * volume.dims[1];
-    std::vector<float> slice;
-    slice.reserve(std::size_t(size));
-    zbVisitPrimType<unsigned char, signed char, short, unsigned short, int, unsigned int, float, double>(
-        volume.type, [&](auto tag) {
-            using Value = typename decltype(tag)::Type;
-            const Value* values = static_cast<const Value*>(volume.block.get()) + z * size;
-            for (long i = 0; i < size; i++)
-                slice.push_back(std::isfinite(double(values[i])) ? float(values[i]) : 0);
-        });
-    return slice;
-}
-
-// Maps values to brightness: nearly all of what the slices hold is within [0, 1].
-struct Window {
-    float black = 0;
-    float white = 1;
-
-    explicit Window(std::vector<float> values)
-    {
-        const auto at = [&](double fraction) {
-            const auto place = values.begin() + std::ptrdiff_t(fraction * double(values.size() - 1));
-            std::nth_element(values.begin(), place, values.end());
-            return *place;
-        };
-        black = at(0.01);
-        white = at(0.998);
-    }
-    double brightness(double value) const
-    {
-        return white > black ? std::clamp((value - black) / (double(white) - black), 0.0, 1.0) : 0.5;
-    }
-};
 
 // The slices that are shown: spread evenly over those that hold objects, or over all where there are none.
 std::vector<int> chosenSlices(const Volume& volume, const ObjectLabels& objects)
@@ -112,7 +63,7 @@ std::vector<int> chosenSlices(const Volume& volume, const ObjectLabels& objects)
 
 // A slice in the size of a tile: grey values interpolated, colours per voxel. y grows upwards.
 QImage drawSlice(const Volume& volume, const ObjectLabels& objects, const std::vector<float>& values, int z,
-                 const Window& window, const QSize& size)
+                 const GreyWindow& window, const QSize& size)
 {
     const int nx = volume.dims[0];
     const int ny = volume.dims[1];
@@ -133,7 +84,8 @@ QImage drawSlice(const Volume& volume, const ObjectLabels& objects, const std::v
                                                   wy * ((1 - wx) * at(x0, y1) + wx * at(x1, y1)));
             const long voxel = std::min(int(x), nx - 1) + nx * (std::min(int(y), ny - 1) + long(ny) * z);
             const int rank = objects.rankAt(voxel);
-            line[u] = rank > 0 ? shaded(objectColour(rank), 0.45 + 0.55 * grey) : shaded(paper, 0.85 * grey);
+            line[u] =
+                rank > 0 ? shaded(objectColour(rank), 0.45 + 0.55 * grey) : shaded(paperColour, 0.85 * grey);
         }
     }
     return tile;
@@ -222,7 +174,7 @@ void drawLegend(QPainter& painter, const ObjectLabels& objects, QPointF at)
         const std::string text =
             std::to_string(rank) + ": " + grouped((unsigned long long)objects.sizes[std::size_t(rank)]);
         painter.fillRect(QRectF(at.x(), at.y() - 13, 16, 16), objectColour(rank));
-        StrokeFont::draw(painter, at + QPointF(24, 0), text, 11, paper);
+        StrokeFont::draw(painter, at + QPointF(24, 0), text, 11, paperColour);
         at.rx() += 24 + StrokeFont::width(text, 11) + 30;
     }
     const auto count = objects.sizes.size() - 1;
@@ -230,7 +182,7 @@ void drawLegend(QPainter& painter, const ObjectLabels& objects, QPointF at)
     if (count > legendEntries)
         rest += ", and " + grouped(count - legendEntries) + " more";
     if (count > 0)
-        StrokeFont::draw(painter, at, rest, 11, quiet);
+        StrokeFont::draw(painter, at, rest, 11, quietColour);
 }
 
 }  // namespace
@@ -238,10 +190,7 @@ void drawLegend(QPainter& painter, const ObjectLabels& objects, QPointF at)
 QImage drawObjects(const Volume& volume, const ObjectLabels& objects, const std::string& title,
                    const std::string& subtitle)
 {
-    const auto& steps = volume.geometry.spacing;
-    const bool isPlausible =
-        std::all_of(steps.begin(), steps.end(), [](double s) { return s > 1e-9 && s < 1e9; });
-    const std::array<double, 3> spacing = isPlausible ? steps : std::array<double, 3>{1, 1, 1};
+    const std::array<double, 3> spacing = drawnSpacing(volume.geometry);
     const std::vector<int> slices = chosenSlices(volume, objects);
     const int rows = (int(slices.size()) + columns - 1) / columns;
     const int shownColumns = std::min(columns, int(slices.size()));
@@ -274,33 +223,33 @@ QImage drawObjects(const Volume& volume, const ObjectLabels& objects, const std:
     QImage image(width,
                  headHeight + std::max(gridHeight, view.height() + captionHeight) + legendHeight + margin,
                  QImage::Format_RGB32);
-    image.fill(background);
+    image.fill(backgroundColour);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
-    StrokeFont::draw(painter, {double(margin), 42}, title, 18, paper);
-    StrokeFont::draw(painter, {double(margin), 70}, subtitle, 11, quiet);
+    StrokeFont::draw(painter, {double(margin), 42}, title, 18, paperColour);
+    StrokeFont::draw(painter, {double(margin), 70}, subtitle, 11, quietColour);
 
     if (viewWidth > 0) {
         painter.drawImage(margin, headHeight,
                           drawView(volume, objects, viewAxis, spacing)
                               .scaled(view, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
         StrokeFont::draw(painter, {double(margin), double(headHeight + view.height() + 17)},
-                         viewAxis == 1 ? "seen along y" : "seen along z", 10, quiet);
+                         viewAxis == 1 ? "seen along y" : "seen along z", 10, quietColour);
     }
 
     std::vector<std::vector<float>> values;
     std::vector<float> all;
     for (const int z : slices) {
-        values.push_back(sliceValues(volume, z));
+        values.push_back(sliceValues(volume, 2, z));
         all.insert(all.end(), values.back().begin(), values.back().end());
     }
-    const Window window(std::move(all));
+    const GreyWindow window(std::move(all));
     for (std::size_t i = 0; i < slices.size(); i++) {
         const int x = margin + viewWidth + int(i) % columns * (tile.width() + gap);
         const int y = headHeight + int(i) / columns * (tile.height() + captionHeight + gap);
         painter.drawImage(x, y, drawSlice(volume, objects, values[i], slices[i], window, tile));
         StrokeFont::draw(painter, {double(x), double(y + tile.height() + 17)},
-                         "z = " + std::to_string(slices[i]), 10, quiet);
+                         "z = " + std::to_string(slices[i]), 10, quietColour);
     }
     drawLegend(painter, objects, {double(margin), double(image.height() - 24)});
     return image;

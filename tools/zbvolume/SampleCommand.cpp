@@ -7,7 +7,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <cstring>
 #include <memory>
 
 namespace zbvolume
@@ -18,11 +17,7 @@ Report sample(const std::string& path, int size, TerminalProgress& progress)
     OutputFiles outputs;
     VolumeWriter writer(path, outputs);
     const Volume volume = makeSample(size, progress);
-    const auto* voxels = static_cast<const unsigned char*>(volume.block.get());
-    writer.write(
-        volume, ZbPrimType::BYTE,
-        [voxels](long first, long count, void* out) { std::memcpy(out, voxels + first, std::size_t(count)); },
-        &progress);
+    writer.write(volume, &progress);
     progress.check();
     outputs.commit();
 

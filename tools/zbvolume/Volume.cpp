@@ -194,6 +194,15 @@ VoxelBlock allocateVoxels(const std::string& file, std::uint64_t bytes)
     }
 }
 
+void requireMemory(const std::string& file, const std::function<void()>& work)
+{
+    try {
+        work();
+    } catch (const ZbMemoryException&) {
+        throw Failure(file, "not enough memory for the result");
+    }
+}
+
 Geometry geometryOf(const nifti_image& image)
 {
     Geometry geometry;

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -24,6 +25,9 @@ using VoxelBlock = std::unique_ptr<void, ZbFreeDeleter>;
 
 /// bytes of uninitialised memory. Throws Failure in the name of file where there is not enough.
 VoxelBlock allocateVoxels(const std::string& file, std::uint64_t bytes);
+
+/// Does work, and throws Failure in the name of file where there is not enough memory for it.
+void requireMemory(const std::string& file, const std::function<void()>& work);
 
 /// The layout of a file without a header.
 struct RawLayout {

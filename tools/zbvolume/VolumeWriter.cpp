@@ -5,6 +5,7 @@
 #include <zblib/foundation/ZbProgressInterface.h>
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -25,7 +26,7 @@ bool takeEnd(std::string& text, const std::string& end)
     return true;
 }
 
-NiftiImage describe(const Volume& like, ZbPrimType type)
+NiftiImage describe(const Volume& like, ZbPrimType type, VolumeWriter::Meaning meaning)
 {
     std::int64_t dims[8] = {3, like.dims[0], like.dims[1], like.dims[2], 1, 1, 1, 1};
     NiftiImage image(like.header ? nifti_copy_nim_info(like.header.get())
@@ -37,8 +38,12 @@ NiftiImage describe(const Volume& like, ZbPrimType type)
     image->datatype = niftiType(type);
     nifti_datatype_sizes(image->datatype, &image->nbyper, &image->swapsize);
     nifti_free_extensions(image.get());
-    image->scl_slope = 1;
-    image->scl_inter = 0;
+    const bool isSame = meaning == VolumeWriter::Meaning::Kept;
+    image->scl_slope = isSame ? like.slope : 1;
+    image->scl_inter = isSame ? like.offset : 0;
+    // One component of a vector or matrix is none.
+    if (isSame && image->intent_code < NIFTI_INTENT_GENMATRIX)
+        return image;
     image->cal_min = image->cal_max = 0;
     image->intent_code = NIFTI_INTENT_NONE;
     image->intent_p1 = image->intent_p2 = image->intent_p3 = 0;
@@ -53,9 +58,9 @@ void append(std::string& bytes, const Header& header)
 }
 
 // The bytes of the header, for a single file with the four that say that no extension follows.
-std::string headerBytes(const Volume& like, ZbPrimType type, bool isSingleFile)
+std::string headerBytes(const Volume& like, ZbPrimType type, VolumeWriter::Meaning meaning, bool isSingleFile)
 {
-    const NiftiImage image = describe(like, type);
+    const NiftiImage image = describe(like, type, meaning);
     const bool isLarge =
         *std::max_element(like.dims.begin(), like.dims.end()) > std::numeric_limits<short>::max();
     std::string bytes;
@@ -96,13 +101,13 @@ VolumeWriter::VolumeWriter(const std::string& path, OutputFiles& outputs)
     m_first = outputs.open(path, isCompressed);
 }
 
-void VolumeWriter::write(const Volume& like, ZbPrimType type, const Producer& produce,
+void VolumeWriter::write(const Volume& like, ZbPrimType type, Meaning meaning, const Producer& produce,
                          ZbProgressInterface* progress)
 {
     if (progress != nullptr)
         progress->startWorking("Writing");
     if (!m_isRaw)
-        m_first->write(headerBytes(like, type, m_second == nullptr));
+        m_first->write(headerBytes(like, type, meaning, m_second == nullptr));
     const long count = like.voxelCount();
     const auto voxelSize = std::size_t(type.size());
     std::vector<unsigned char> block(std::size_t(std::min(count, blockLength)) * voxelSize);
@@ -118,6 +123,28 @@ void VolumeWriter::write(const Volume& like, ZbPrimType type, const Producer& pr
     }
     if (progress != nullptr)
         progress->stopWorking();
+}
+
+void VolumeWriter::write(const Volume& volume, ZbProgressInterface* progress)
+{
+    const auto* bytes = static_cast<const unsigned char*>(volume.block.get());
+    const auto copy = [&](long first, long count, void* out) {
+        const auto size = long(volume.type.size());
+        std::memcpy(out, bytes + first * size, std::size_t(count * size));
+    };
+    // Of these the voxels are whole doubles, at most 2^53.
+    const auto widen = [&](auto example) {
+        return [volume = static_cast<const double*>(volume.block.get()), example](long first, long count,
+                                                                                  void* out) {
+            using Value = std::remove_const_t<decltype(example)>;
+            std::transform(volume + first, volume + first + count, static_cast<Value*>(out),
+                           [](double value) { return Value(value); });
+        };
+    };
+    const Producer produce = volume.fileType == volume.type         ? Producer(copy)
+                             : volume.fileType == ZbPrimType::INT64 ? Producer(widen(0LL))
+                                                                    : Producer(widen(0ULL));
+    write(volume, volume.fileType, Meaning::Kept, produce, progress);
 }
 
 }  // namespace zbvolume

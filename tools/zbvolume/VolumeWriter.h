@@ -22,11 +22,17 @@ public:
     /// Puts the voxels with index first to first + count - 1 where out points.
     using Producer = std::function<void(long first, long count, void* out)>;
 
-    /// Writes a volume that lies in the space of like and has its sizes, with voxels of another type and
-    /// another meaning: slope 1 and no intent. The file is NIfTI-1, or NIfTI-2 where like is or where the
-    /// sizes need it. Voxels are asked for block by block, in order.
-    void write(const Volume& like, ZbPrimType type, const Producer& produce,
+    /// What the values of a file that is made from another one stand for.
+    enum class Meaning {
+        New,   // something else: slope 1, no intent
+        Kept,  // the same: slope, offset and intent of like
+    };
+    /// Writes a volume that lies in the space of like and has its sizes. The file is NIfTI-1, or NIfTI-2 where
+    /// like is or where the sizes need it. Voxels are asked for block by block, in order.
+    void write(const Volume& like, ZbPrimType type, Meaning meaning, const Producer& produce,
                ZbProgressInterface* progress = nullptr);
+    /// Writes the voxels of volume in the type that they had in its file.
+    void write(const Volume& volume, ZbProgressInterface* progress = nullptr);
 
 private:
     OutputFile& dataFile() { return m_second != nullptr ? *m_second : *m_first; }

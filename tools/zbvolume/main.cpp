@@ -1,4 +1,4 @@
-// zbvolume: answers questions about a volume on disk.
+// zbvolume: answers questions about a volume on disk and makes other volumes of it.
 
 #include "Commands.h"
 #include "Failure.h"
@@ -62,13 +62,14 @@ int runChosen(const Chosen& chosen)
 int run(int argc, char** argv)
 {
     CLI::App app(
-        "Answers questions about a volume on disk: what it holds, how its values are distributed, how "
-        "many objects there are.",
+        "Answers questions about a volume on disk (what it holds, how its values are distributed, how many "
+        "objects there are) and makes other volumes of it.",
         "zbvolume");
     app.require_subcommand(1);
     app.set_version_flag("--version", "zbvolume " ZBVOLUME_VERSION);
     Chosen chosen;
-    for (const auto add : {addInfo, addHistogram, addCount, addSample, addDemo, addServe})
+    for (const auto add : {addInfo, addHistogram, addCount, addErode, addDilate, addResample, addCrop,
+                           addPermute, addConvert, addSample, addDemo, addServe})
         add(app, chosen);
     try {
         app.parse(argc, argv);
