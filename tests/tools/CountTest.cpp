@@ -1,6 +1,8 @@
 #include "VolumeFiles.h"
 #include "ZbvolumeProcess.h"
 
+#include <zblib/types/ZbPrimTypeVisit.h>
+
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -283,37 +285,10 @@ class ZbvolumeThreshold : public ZbvolumeTest, public ::testing::WithParamInterf
 TEST_P(ZbvolumeThreshold, meansAtOrAboveForEveryType)
 {
     const Grid grid{{9, 1, 1}, {0, 1, 0, 2, 0, 100, 0, 127, 0}};
-    const auto write = [&](auto example) {
-        writeVolume(path("v.nii"), grid.sizes(), as<decltype(example)>(grid));
-    };
-    switch (GetParam().type) {
-    case ZbPrimType::BYTE:
-        write((unsigned char)0);
-        break;
-    case ZbPrimType::SBYTE:
-        write((signed char)0);
-        break;
-    case ZbPrimType::SHORT:
-        write(short(0));
-        break;
-    case ZbPrimType::INT:
-        write(0);
-        break;
-    case ZbPrimType::UINT:
-        write(0U);
-        break;
-    case ZbPrimType::INT64:
-        write(0LL);
-        break;
-    case ZbPrimType::UINT64:
-        write(0ULL);
-        break;
-    case ZbPrimType::FLOAT:
-        write(0.0F);
-        break;
-    default:
-        write(0.0);
-    }
+    zbVisitPrimType<unsigned char, signed char, short, int, unsigned int, long long, unsigned long long,
+                    float, double>(GetParam().type, [&](auto tag) {
+        writeVolume(path("v.nii"), grid.sizes(), as<typename decltype(tag)::Type>(grid));
+    });
     const std::string threshold = GetParam().threshold;
     const std::string expected = std::to_string(GetParam().objects);
     EXPECT_EQ(zbvolume({"count", "v.nii", "--threshold", threshold}).value("objects"), expected);

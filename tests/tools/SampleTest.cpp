@@ -44,9 +44,11 @@ TEST_F(ZbvolumeSample, demoShowsItAndWritesPictures)
     for (const char* line : {"$ zbvolume info 'made/by demo/sample.nii.gz'\n", "objects: 40\n",
                              "voxels: 2097152\n", "written: made/by demo/objects.png\n"})
         EXPECT_NE(demo.out.find(line), std::string::npos) << line;
-    for (const char* name : {"sample.nii.gz", "histogram.csv", "labels.nii.gz", "objects.csv"})
+    for (const char* name :
+         {"sample.nii.gz", "histogram.csv", "labels.nii.gz", "objects.csv", "fractions.nii.gz"})
         EXPECT_FALSE(readFile(path("made/by demo/") + name).empty()) << name;
-    EXPECT_FALSE(QImage(path("made/by demo/histogram.png").c_str()).isNull());
+    for (const char* name : {"histogram", "crop", "resample", "erode", "dilate", "permute"})
+        EXPECT_FALSE(QImage((path("made/by demo/") + name + ".png").c_str()).isNull()) << name;
     // Forty objects in colours of their own.
     const QImage objects(path("made/by demo/objects.png").c_str());
     std::set<int> hues;
