@@ -1,11 +1,13 @@
 #include <zblib/data/ZbRawData2D.h>
 #include <zblib/data/ZbRawData3D.h>
+#include <zblib/data/ZbTypedData3D.h>
 #include <zblib/foundation/ZbMemory.h>
 #include <zblib/foundation/ZbMemoryException.h>
 
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstring>
 #include <numeric>
 #include <vector>
 
@@ -109,13 +111,54 @@ TEST(ZbRawData3D, ownsWhatItAllocatedOrWasGiven)
     EXPECT_TRUE(block.isLocal());
     zbfree(data);
 
-    const ZbRawData3D moved = std::move(block);
+    ZbRawData3D moved = std::move(block);
     EXPECT_EQ(moved.getNumElems(), 24);
+    static_cast<short*>(moved.dataPtr())[23] = 5;
+    ZbRawData3D copy(1, 1, 1, 4);
+    copy = moved;
+    EXPECT_NE(copy.dataPtr(), moved.dataPtr());
+    EXPECT_EQ(*static_cast<short*>(copy.address(2, 7, 0)), 5);
+    const ZbRawData3D& same = copy;
+    copy = same;
+    EXPECT_EQ(*static_cast<short*>(copy.address(2, 7, 0)), 5);
+    EXPECT_EQ(ZbRawData3D(ZbRawData3D(3, 8, 1, 2, moved.dataPtr())).dataPtr(), moved.dataPtr());
     block.init(2, 1, 1, 4);
     block.resize(5, 1, 1);
     EXPECT_EQ(block.getElemSize(), 4);
     EXPECT_THROW(block.init(INT_MAX, INT_MAX, INT_MAX, 8), ZbMemoryException);
     EXPECT_EQ(block.getNumElems(), 5);
+}
+
+TEST(ZbRawData3D, copiesSlicesLargerThanWhatIsAskedForAhead)
+{
+    ZbRawData3D block = numbered(37, 29, 23), other(37, 29, 23, sizeof(short));
+    for (const auto orientation : {ZbRawData3D::YZ, ZbRawData3D::XZ, ZbRawData3D::XY}) {
+        int dims[3];
+        block.getDims(dims, orientation);
+        other.clear();
+        ZbRawData2D copy(dims[0], dims[1], sizeof(short));
+        for (int k = 0; k < dims[2]; ++k) {
+            block.getSlice(orientation, k, copy, true);
+            other.putSlice(orientation, k, copy);
+        }
+        EXPECT_EQ(std::memcmp(block.dataPtr(), other.dataPtr(), size_t(block.getNumElems()) * 2), 0);
+    }
+}
+
+TEST(ZbTypedData3D, carriesTypeAndComponents)
+{
+    ZbTypedData3D block(2, 3, 4, ZbPrimType::USHORT, 3);
+    EXPECT_EQ(block.getElemSize(), 6);
+    block.clear();
+    ZbTypedData3D copy = block, view(1, 1, 1, ZbPrimType::DOUBLE, 1, nullptr);
+    EXPECT_NE(copy.dataPtr(), block.dataPtr());
+    EXPECT_EQ(view.dataPtr(), nullptr);
+    view.swap(copy);
+    EXPECT_EQ(view.primType(), ZbPrimType::USHORT);
+    EXPECT_EQ(view.numComponents(), 3);
+    EXPECT_EQ(copy.typedPointer().getPrimType(), ZbPrimType::DOUBLE);
+    EXPECT_THROW(view.init(1, 1, 1, ZbPrimType::DOUBLE, INT_MAX), ZbMemoryException);
+    EXPECT_EQ(view.numComponents(), 3);
 }
 
 TEST(ZbRawData2D, copiesOwnersDeeplyAndViewsAsViews)
@@ -137,6 +180,11 @@ TEST(ZbRawData2D, copiesOwnersDeeplyAndViewsAsViews)
     EXPECT_TRUE(view.copyData(copy));
     EXPECT_EQ(memory[2], 0);
     EXPECT_EQ(memory[3], 4);
+    short row[] = {20, 21};
+    EXPECT_TRUE(view.copyData(ZbRawData2D(2, 1, sizeof(short), row)));  // not beyond the rows of the other
+    EXPECT_EQ(memory[0], 20);
+    EXPECT_EQ(memory[6], 0);
+    memory[0] = memory[2] = 0;
     EXPECT_FALSE(view.copyData(ZbRawData2D(3, 2, sizeof(short))));
     EXPECT_FALSE(view.copyData(ZbRawData2D(2, 2, 4)));
     local.commit(4, 1, sizeof(short), local.dataPtr());  // the same memory, with other sizes

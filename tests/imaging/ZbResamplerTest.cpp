@@ -260,25 +260,25 @@ Volume<T> pass(Volume<T> in, int axis, const Lists& lists)
     return out;
 }
 
-// The results of all orders of the passes.
+// Whether result is what plain loops make of source when the passes are in some order.
 template <typename Rule, typename T>
-std::vector<Volume<T>> plainResults(const Volume<T>& source, Sizes newSizes, const float* shifts,
-                                    const NamedKernel& kernel)
+bool isPlainResult(const Volume<T>& result, const Volume<T>& source, const float* shifts,
+                   const NamedKernel& kernel)
 {
     std::vector<std::unique_ptr<Lists>> lists;
     for (size_t k = 0; k < 3; ++k)
-        lists.push_back(std::make_unique<Lists>(newSizes[k], source.sizes[k],
-                                                float(newSizes[k]) / float(source.sizes[k]), shifts[k],
+        lists.push_back(std::make_unique<Lists>(result.sizes[k], source.sizes[k],
+                                                float(result.sizes[k]) / float(source.sizes[k]), shifts[k],
                                                 kernel.kernel, kernel.support));
-    std::vector<Volume<T>> results;
     Sizes order = {0, 1, 2};
     do {
         Volume<T> volume = source;
         for (const int axis : order)
             volume = pass<Rule>(volume, axis, *lists[size_t(axis)]);
-        results.push_back(volume);
+        if (volume.values == result.values)
+            return true;
     } while (std::next_permutation(order.begin(), order.end()));
-    return results;
+    return false;
 }
 
 template <typename T>
@@ -326,9 +326,7 @@ TEST(ZbResamplerVolumes, agreeWithPlainLoopsInOneOrder)
             auto source = randomVolume<float>(g.from, g.components, -1000, 1000);
             Volume<float> target(g.to, g.components);
             ASSERT_TRUE(resampleTo(source, target, g.shifts.data(), kernel, ZbResampler::FILTER_VALUES));
-            const auto expected = plainResults<Mean<float>>(source, g.to, g.shifts.data(), kernel);
-            EXPECT_TRUE(std::any_of(expected.begin(), expected.end(),
-                                    [&](const auto& plain) { return plain.values == target.values; }));
+            EXPECT_TRUE(isPlainResult<Mean<float>>(target, source, g.shifts.data(), kernel));
         }
 }
 
@@ -342,10 +340,7 @@ TEST(ZbResamplerVolumes, takeTheHeaviestLabel)
                 label = UINT_MAX - label;  // neighbours that are equal as floats
             Volume<unsigned> target(g.to, g.components);
             ASSERT_TRUE(resampleTo(source, target, g.shifts.data(), kernels[4], ZbResampler::FILTER_LABELS));
-            const auto expected =
-                plainResults<HeaviestLabel<unsigned>>(source, g.to, g.shifts.data(), kernels[4]);
-            EXPECT_TRUE(std::any_of(expected.begin(), expected.end(),
-                                    [&](const auto& plain) { return plain.values == target.values; }));
+            EXPECT_TRUE(isPlainResult<HeaviestLabel<unsigned>>(target, source, g.shifts.data(), kernels[4]));
         }
     // Ties: the smaller label.
     Volume<short> pair({2, 1, 1}, 1), one({1, 1, 1}, 1);
@@ -473,9 +468,9 @@ bool resampleBlock(const ZbTypedData3D& source, ZbTypedData3D& target, ZbString&
 
 TEST(ZbResamplerOperation, allocatesReportsAndStops)
 {
-    ZbTypedData3D source(64, 64, 64, ZbPrimType::USHORT, 2), target;
+    ZbTypedData3D source(20, 20, 20, ZbPrimType::USHORT, 2), target;
     source.clear();
-    target.init(96, 96, 96, ZbPrimType::BYTE, 1, nullptr);
+    target.init(200, 200, 200, ZbPrimType::BYTE, 1, nullptr);
     ZbString error("old");
     Reporter stopping(1);
     EXPECT_FALSE(resampleBlock(source, target, error, &stopping));

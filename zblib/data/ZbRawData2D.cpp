@@ -11,11 +11,22 @@
 namespace
 {
 
-// Calls copy(target, source) for each of count pairs of pixels of a row.
+constexpr long cacheLine = 64;
+
+// Calls copy(target, source) for each of count pairs of pixels. Places to write that are far apart are asked for
+// beforehand: each store would wait for its own. Loads do not gain by that.
 template <typename Copy>
 void forEachPixel(char* target, long targetStep, const char* source, long sourceStep, long count, Copy&& copy)
 {
-    for (long x = 0; x < count; ++x)
+    constexpr long ahead = 16;
+    long x = 0;
+    if (targetStep >= cacheLine) {
+        for (; x < count - ahead; ++x) {
+            __builtin_prefetch(target + (x + ahead) * targetStep, 1);
+            copy(target + x * targetStep, source + x * sourceStep);
+        }
+    }
+    for (; x < count; ++x)
         copy(target + x * targetStep, source + x * sourceStep);
 }
 
@@ -129,6 +140,12 @@ void ZbRawData2D::cleanup()
     m_bytesPerLine = 0;
 }
 
+// The pixels of all lines are one row. So are those of a slice across the rows of a volume.
+bool ZbRawData2D::isEvenlySpaced() const noexcept
+{
+    return m_bytesPerPixel > 0 && m_bytesPerLine == ZbDetail::blockBytes({m_dims[0], m_bytesPerPixel});
+}
+
 bool ZbRawData2D::isContiguous() const noexcept
 {
     return m_bytesPerPixel == m_elementSize &&
@@ -156,10 +173,24 @@ bool ZbRawData2D::copyData(const ZbRawData2D& other)
         std::memmove(m_data, other.m_data, ZbDetail::blockBytes({m_dims[0], rows, m_elementSize}));
         return true;
     }
-    for (int y = 0; y < rows; ++y)
+    if (isEvenlySpaced() && other.isEvenlySpaced()) {
+        copyRow(static_cast<char*>(m_data), m_bytesPerPixel, static_cast<const char*>(other.m_data),
+                other.m_bytesPerPixel, static_cast<long>(m_dims[0]) * rows, m_elementSize);
+        return true;
+    }
+    // The next rows are on their way while one is copied; the processor cannot know where they are.
+    const long ahead = m_bytesPerPixel == m_elementSize && other.m_bytesPerPixel == m_elementSize
+                           ? std::min(static_cast<long>(m_dims[0]) * m_elementSize, 2048L)
+                           : 0;
+    for (int y = 0; y < rows; ++y) {
+        for (long byte = 0; byte < ahead && y + 1 < rows; byte += cacheLine) {
+            __builtin_prefetch(static_cast<const char*>(other.address(0, y + 1)) + byte);
+            __builtin_prefetch(static_cast<char*>(address(0, y + 1)) + byte, 1);
+        }
         copyRow(static_cast<char*>(address(0, y)), m_bytesPerPixel,
                 static_cast<const char*>(other.address(0, y)), other.m_bytesPerPixel, m_dims[0],
                 m_elementSize);
+    }
     return true;
 }
 

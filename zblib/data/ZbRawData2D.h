@@ -78,6 +78,7 @@ public:
     void clear();
 
 private:
+    bool isEvenlySpaced() const noexcept;
     long offset(int x, int y) const noexcept
     {
         return y * static_cast<long>(m_bytesPerLine) + x * static_cast<long>(m_bytesPerPixel);

@@ -2,7 +2,7 @@
 
 #include <zblib/data/ZbBlockBytes.h>
 #include <zblib/data/ZbRawData2D.h>
-#include <zblib/foundation/ZbMemory.h>
+#include <zblib/foundation/ZbLargeBlock.h>
 
 #include <cstring>
 #include <utility>
@@ -47,7 +47,7 @@ void ZbRawData3D::init(int nx, int ny, int nz, int elementSize)
 {
     const unsigned long bytes = ZbDetail::requireBlockBytes({nx, ny, nz, elementSize});
     cleanup();  // before the new memory is asked for: there may be enough for one of them only
-    commit(nx, ny, nz, elementSize, zbmalloc(bytes));
+    commit(nx, ny, nz, elementSize, ZbDetail::allocateLarge(bytes));
 }
 
 void ZbRawData3D::init(int nx, int ny, int nz, int elementSize, void* data)

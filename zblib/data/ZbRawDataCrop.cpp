@@ -3,7 +3,7 @@
 #include <zblib/data/ZbBlockBytes.h>
 #include <zblib/data/ZbCopyBytes.h>
 #include <zblib/data/ZbRawData3D.h>
-#include <zblib/foundation/ZbMemory.h>
+#include <zblib/foundation/ZbLargeBlock.h>
 #include <zblib/foundation/ZbMultiversion.h>
 
 #include <algorithm>
@@ -36,7 +36,7 @@ bool makeBox(const int* minimum, const int* maximum, Box& box)
 char* allocateBox(const Box& box, long elementSize)
 {
     return static_cast<char*>(
-        zbmalloc(ZbDetail::blockBytes({box.size[0], box.size[1], box.size[2], elementSize})));
+        ZbDetail::allocateLarge(ZbDetail::blockBytes({box.size[0], box.size[1], box.size[2], elementSize})));
 }
 
 void fillElements(char* target, long count, const void* element, long elementSize)

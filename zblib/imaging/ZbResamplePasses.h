@@ -3,7 +3,7 @@
 // Private: the three passes of a resampling, through intermediate memory that stays in the caches.
 
 #include <zblib/data/ZbBlockBytes.h>
-#include <zblib/foundation/ZbMemory.h>
+#include <zblib/foundation/ZbLargeBlock.h>
 #include <zblib/foundation/ZbProgressInterface.h>
 #include <zblib/imaging/ZbResampleAxis.h>
 #include <zblib/imaging/ZbResampleRules.h>
@@ -22,11 +22,11 @@ struct FreeBlock {
 };
 using OwnedBlock = std::unique_ptr<char, FreeBlock>;
 
-/// As by zbmalloc(), but the exception knows the size.
+/// As by allocateLarge(), but the exception knows the size.
 inline OwnedBlock allocateBlock(unsigned long bytes)
 {
     try {
-        return OwnedBlock(static_cast<char*>(zbmalloc(bytes)));
+        return OwnedBlock(static_cast<char*>(allocateLarge(bytes)));
     } catch (const ZbMemoryException&) {
         throw ZbMemoryException(bytes);
     }
@@ -128,7 +128,7 @@ public:
     }
 
 private:
-    static constexpr unsigned long budget = 8ul << 20;  // bytes
+    static constexpr unsigned long budget = 16ul << 20;  // bytes
     static constexpr long cacheLine = 64;
     // Below so many additions a second thread costs more than it saves.
     static constexpr double smallestParallelWork = 100000.0;
@@ -185,7 +185,12 @@ private:
             return requireBlockBytes({m_planes[pass + 1].planeBytes, planesOf(pass, slab)});
         };
         m_slab = 1;
-        while (m_slab < m_axes[2].newSize() && bytesOf(0, 2 * m_slab) + bytesOf(1, 2 * m_slab) <= budget)
+        // Output planes count as well, so that progress is reported often enough.
+        const auto fits = [&](long slab) {
+            return bytesOf(0, slab) + bytesOf(1, slab) <= budget &&
+                   requireBlockBytes({m_planes[3].planeBytes, slab}) <= budget;
+        };
+        while (m_slab < m_axes[2].newSize() && fits(2 * m_slab))
             m_slab *= 2;
         m_slab = std::min(m_slab, m_axes[2].newSize());
         m_batch = batchOf(m_slab);
@@ -210,7 +215,8 @@ private:
     void forEachLine(long count, double additions, Work work)
     {
         const int threads = double(count) * additions < smallestParallelWork ? 1 : m_threads;
-#pragma omp parallel for schedule(static) num_threads(threads) if (threads > 1)
+        // Guided: a processor that is also busy with something else shall not be waited for.
+#pragma omp parallel for schedule(guided, 2) num_threads(threads) if (threads > 1)
         for (long line = 0; line < count; ++line)
             work(line, m_scratch[threads > 1 ? size_t(omp_get_thread_num()) : 0]);
     }
