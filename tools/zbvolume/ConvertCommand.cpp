@@ -64,7 +64,8 @@ public:
                     const double value = m_values[std::size_t(i)];
                     static_cast<Value*>(out)[i] = value >= end   ? std::numeric_limits<Value>::max()
                                                   : value >= low ? Value(value)
-                                                                 : std::numeric_limits<Value>::min();
+                                                  : value < low  ? std::numeric_limits<Value>::min()
+                                                                 : Value(1ULL << 63);
                 }
         });
         if (m_type != ZbPrimType::INT64 && m_type != ZbPrimType::UINT64)
