@@ -42,6 +42,7 @@ say "zbvolume"
 install_inside "/packages/libzblib1_*.deb /packages/zbvolume_*.deb"
 inside zbvolume demo /tmp/demo >"$work/demo" || fail "zbvolume demo: $(cat "$work/demo")"
 grep -q '^objects: 40$' "$work/demo" || fail "zbvolume demo found other objects: $(cat "$work/demo")"
+[ -s "$root/usr/share/man/man1/zbvolume.1" ] || fail "there is no manual page"
 [ ! -e "$root/usr/include/zblib" ] || fail "headers came with the tool"
 inside dpkg --verify libzblib1 zbvolume
 library=$(readlink -f "$root"/usr/lib/*/libzblib.so.1)
