@@ -12,6 +12,7 @@ usage: ./build.sh COMMAND
   demo [FOLDER]    build zbvolume and run its demonstration; pictures go to FOLDER (zbvolume-demo)
   test [PRESET]    build everything and run all tests (preset release)
   asan | tsan      the tests under AddressSanitizer and UndefinedBehaviorSanitizer | ThreadSanitizer
+  fuzz [SECONDS]   every fuzz target for so long (60)
   coverage         the tests with counts of lines and branches; a report in build/coverage/report
   headers [PRESET] compile every public header alone
   symbols          renew zblib/ExportedSymbols.txt, the list of exported symbols that the tests compare with
@@ -98,6 +99,20 @@ demo)
     ;;
 test) run_tests "${1:-release}" ;;
 asan | tsan) run_tests "$command" ;;
+fuzz)
+    # Each target starts from the inputs in the tree and keeps what it finds interesting in the build folder.
+    ensure "${build_packages[@]}" clang libomp-dev
+    configure fuzz
+    build fuzz
+    mkdir -p build/fuzz/findings
+    for program in build/fuzz/fuzz/fuzz_*; do
+        name=${program##*/fuzz_}
+        say "== $name"
+        mkdir -p "build/fuzz/corpus/$name"
+        "$program" -max_total_time="${1:-60}" -timeout=10 -rss_limit_mb=4096 -verbosity=0 -print_final_stats=1 \
+            -artifact_prefix="build/fuzz/findings/$name-" "build/fuzz/corpus/$name" "fuzz/corpus/$name"
+    done
+    ;;
 coverage)
     ensure gcovr
     find build/coverage -name '*.gcda' -delete 2>/dev/null || true
