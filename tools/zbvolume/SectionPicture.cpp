@@ -73,7 +73,8 @@ QImage sliceImage(const Section& section, std::size_t across, const GreyWindow& 
 
 void drawBox(QPainter& painter, const Section& section, std::size_t across, const QRectF& tile)
 {
-    const auto [right, up] = axesOf(across);
+    const std::size_t right = axesOf(across).first;
+    const std::size_t up = axesOf(across).second;
     const auto x = [&](double index) { return tile.left() + index / section.dims[right] * tile.width(); };
     const auto y = [&](double index) { return tile.bottom() - index / section.dims[up] * tile.height(); };
     painter.setPen(QPen(boxColour, 2));
