@@ -317,7 +317,7 @@ TEST_F(ZbvolumeCount, asksWhatToDoWithNan)
     EXPECT_EQ(zbvolume({"count", "v.nii", "--threshold", "1", "--nan-background"}).value("objects"), "2");
 }
 
-TEST_F(ZbvolumeCount, showsTheGivenPassBesideTheTrueRegions)
+TEST_F(ZbvolumeCount, showsTheRasterPassBesideTheTrueRegions)
 {
     // Near the density at which everything connects, chains of merged labels get longer than that pass follows.
     const Grid grid = randomGrid({64, 64, 24}, 100, 17);
@@ -329,7 +329,7 @@ TEST_F(ZbvolumeCount, showsTheGivenPassBesideTheTrueRegions)
         return zbvolume(arguments).json();
     };
     const QJsonObject exact = run({});
-    const QJsonObject given = run({"--given-pass"});
+    const QJsonObject given = run({"--raster-pass"});
     EXPECT_GT(given["objects"].toInt(), exact["objects"].toInt());
     EXPECT_LT(given["voxels"].toInt(), exact["voxels"].toInt());
     EXPECT_FALSE(given["table"].toArray()[0].toObject().contains("x_min"));

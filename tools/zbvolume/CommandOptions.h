@@ -54,7 +54,7 @@ struct CountOptions {
     int neighbours = 26;
     long minSize = 1;
     bool byValue = false;
-    bool givenPass = false;
+    bool rasterPass = false;
     bool nanIsBackground = false;
     std::size_t maxRows = 20;  // of the table on a terminal
     bool all = false;

@@ -71,7 +71,7 @@ Table objectTable(const Geometry& geometry, std::shared_ptr<const std::vector<Ob
     for (std::size_t i = 0; i < 3 && hasSpace; i++)
         add(axes[i] + "_mm", axes[i] + " mm", 2,
             [=](const Object& object) { return geometry.position(object.centre)[i]; });
-    if (!options.givenPass) {
+    if (!options.rasterPass) {
         for (std::size_t i = 0; i < 3; i++)
             add(axes[i] + "_min", axes[i] + " min", 0,
                 [=](const Object& object) { return integer(object.boxMin[i]); });
@@ -140,7 +140,7 @@ Report count(const CountOptions& options, TerminalProgress& progress)
     const double threshold = options.threshold.value_or(1);
     ObjectCount count = countObjects(
         volume,
-        {threshold, options.strong, options.neighbours, options.minSize, options.byValue, options.givenPass},
+        {threshold, options.strong, options.neighbours, options.minSize, options.byValue, options.rasterPass},
         labels || png != nullptr, progress);
     if (labels)
         writeLabels(*labels, volume, count, progress);
@@ -218,7 +218,7 @@ void addCount(CLI::App& app, Chosen& chosen)
     command->add_flag("--nan-background", options->nanIsBackground,
                       "Voxels that are not a number belong to no object");
     command->add_flag(
-        "--given-pass", options->givenPass,
+        "--raster-pass", options->rasterPass,
         "Labels with the library's one-pass labelling, which may split objects and miss voxels");
     addOutput(*command, "--labels", options->labels, "Writes a volume of object numbers")->type_name("OUT");
     addOutput(*command, "--csv", options->csv, "Writes the table");

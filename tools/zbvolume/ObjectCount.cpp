@@ -74,7 +74,7 @@ Regions labelTrueRegions(const Volume& volume, const ObjectRule& rule, double lo
     return result;
 }
 
-// Keeps the line that the given pass prints from standard error, where the tool's own line says more.
+// Keeps the line that the raster pass prints from standard error, where the tool's own line says more.
 class QuietStandardError
 {
 public:
@@ -101,8 +101,8 @@ private:
     int m_saved;
 };
 
-// What the given pass works on. It belongs to the pass as long as that runs.
-struct GivenPass {
+// What the raster pass works on. It belongs to the pass as long as that runs.
+struct RasterPass {
     ZbPrimType type;
     std::array<int, 3> dims{};
     VoxelBlock voxels;
@@ -128,10 +128,10 @@ struct GivenPass {
 };
 
 // The pass cannot be stopped. After Ctrl-C it is left alone with what it works on, until the process ends.
-Regions labelGivenPass(Volume& volume, const ObjectRule& rule, double low, double high, VoxelBlock labels,
-                       ZbProgressInterface& progress)
+Regions labelRasterPass(Volume& volume, const ObjectRule& rule, double low, double high, VoxelBlock labels,
+                        ZbProgressInterface& progress)
 {
-    const auto pass = std::make_shared<GivenPass>();
+    const auto pass = std::make_shared<RasterPass>();
     pass->type = volume.type;
     pass->dims = volume.dims;
     pass->voxels = std::move(volume.block);
@@ -150,7 +150,7 @@ Regions labelGivenPass(Volume& volume, const ObjectRule& rule, double low, doubl
     progress.stopWorking();
     volume.block = std::move(pass->voxels);
     if (done.get() < 0)
-        throw Failure(volume.path, "has too many objects for the given pass");
+        throw Failure(volume.path, "has too many objects for the raster pass");
     Regions result{{}, std::move(pass->labels)};
     for (const Components::Component& component : pass->components) {
         Object object{component.size, component.value, double(component.value), {}, {}, {}};
@@ -179,10 +179,11 @@ ObjectCount countObjects(Volume& volume, const ObjectRule& rule, bool wantLabels
         widen(volume, ZbPrimType::DOUBLE);
 
     VoxelBlock labels;
-    if (wantLabels || rule.givenPass)
+    if (wantLabels || rule.rasterPass)
         labels = allocateVoxels(volume.path, std::uint64_t(volume.voxelCount()) * sizeof(int));
-    Regions regions = rule.givenPass ? labelGivenPass(volume, rule, low, high, std::move(labels), progress)
-                                     : labelTrueRegions(volume, rule, low, high, std::move(labels), progress);
+    Regions regions = rule.rasterPass
+                          ? labelRasterPass(volume, rule, low, high, std::move(labels), progress)
+                          : labelTrueRegions(volume, rule, low, high, std::move(labels), progress);
 
     ObjectCount result;
     std::vector<int> kept;

@@ -16,9 +16,9 @@ struct ObjectRule {
     double threshold = 0;          // voxels at or above are foreground
     std::optional<double> strong;  // if given, an object has at least one voxel at or above
     int neighbours = 26;
-    long minSize = 1;        // voxels
-    bool byValue = false;    // touching voxels belong together only if their values are equal
-    bool givenPass = false;  // the library's one-pass labelling in place of the true regions
+    long minSize = 1;         // voxels
+    bool byValue = false;     // touching voxels belong together only if their values are equal
+    bool rasterPass = false;  // the library's one-pass labelling in place of the true regions
 };
 
 struct Object {
@@ -26,7 +26,7 @@ struct Object {
     long strong = 0;
     double value = 0;  // by value
     std::array<double, 3> centre{};
-    std::array<int, 3> boxMin{};  // the box is not known to the given pass
+    std::array<int, 3> boxMin{};  // the box is not known to the raster pass
     std::array<int, 3> boxMax{};
 };
 
