@@ -133,11 +133,11 @@ void VolumeWriter::write(const Volume& volume, ZbProgressInterface* progress)
         std::memcpy(out, bytes + first * size, std::size_t(count * size));
     };
     // Of these the voxels are whole doubles, at most 2^53.
-    const auto widen = [&](auto example) {
-        return [volume = static_cast<const double*>(volume.block.get()), example](long first, long count,
-                                                                                  void* out) {
-            using Value = std::remove_const_t<decltype(example)>;
-            std::transform(volume + first, volume + first + count, static_cast<Value*>(out),
+    const auto* values = static_cast<const double*>(volume.block.get());
+    const auto widen = [values](auto example) {
+        return [values](long first, long count, void* out) {
+            using Value = decltype(example);
+            std::transform(values + first, values + first + count, static_cast<Value*>(out),
                            [](double value) { return Value(value); });
         };
     };
