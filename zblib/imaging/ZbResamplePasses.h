@@ -166,11 +166,12 @@ private:
         return most;
     }
 
-    // The input planes that a slab needs anew, on average.
+    // The input planes that a slab needs anew, on average, as far as there shall be memory for them.
     long batchOf(long slab) const
     {
         const ResampleAxis& z = m_axes[2];
-        return std::max(1L, long(double(slab) * double(z.oldSize()) / double(z.newSize())));
+        const long most = std::max(1L, long(budget / 4) / m_planes[1].planeBytes);
+        return std::clamp(long(double(slab) * double(z.oldSize()) / double(z.newSize())), 1L, most);
     }
 
     void makeIntermediates()

@@ -240,7 +240,10 @@ bool ZbResampler::resample(const ZbTypedData3D& source, ZbTypedData3D& target, c
         }
     } catch (const ZbMemoryException& exception) {
         std::fputs("No enough memory available to resample the dataset.\n", stderr);
-        setMemoryError(error, exception.getNumBytes());
+        if (exception.getNumBytes() > 0)
+            setMemoryError(error, exception.getNumBytes());
+        else  // one of many small blocks
+            error = "No enough memory available to resample the dataset.\n";
     }
     if (progress)
         progress->stopWorking();

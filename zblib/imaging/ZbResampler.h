@@ -113,7 +113,7 @@ public:
     ///
     /// Memory beside the blocks: float planes (planes of labels: of their type), namely one for each entry of
     /// the longest list along z when an other axis is resampled before z, and for the rest 16 MiB, or two planes
-    /// if they are larger; and the reduced block. Intermediate planes have the sizes that the axes have at that
+    /// if they are larger; sixteen rows for each thread; and the reduced block. Intermediate planes have the sizes that the axes have at that
     /// step. Progress is reported after each of these steps, from the calling thread, between startWorking() and
     /// stopWorking().
     ///
