@@ -89,7 +89,8 @@ ZbDetail::ResampleAxis::ResampleAxis(int newSize, int oldSize, float scale, floa
     long total = 0;
     for (int i = 0; i < newSize; ++i) {
         const ZbResampler::ContributionList& list = lists.get()[i];
-        m_lists[i] = {list.count > 0 ? list.entries[0].index : 0, list.count, total};
+        const int before = i > 0 ? m_lists[i - 1].begin + m_lists[i - 1].count : 0;
+        m_lists[i] = {list.count > 0 ? list.entries[0].index : before, list.count, total};
         total += list.count;
         m_longest = std::max<long>(m_longest, list.count);
     }
@@ -97,22 +98,4 @@ ZbDetail::ResampleAxis::ResampleAxis(int newSize, int oldSize, float scale, floa
     for (int i = 0; i < newSize; ++i)
         for (int k = 0; k < lists.get()[i].count; ++k)
             m_weights[m_lists[i].offset + k] = lists.get()[i].entries[k].weight;
-}
-
-long ZbDetail::ResampleAxis::inputBegin(long first, long last) const
-{
-    long result = m_oldSize;
-    for (long i = first; i < last; ++i)
-        if (count(i) > 0)
-            result = std::min(result, begin(i));
-    return std::min(result, inputEnd(first, last));
-}
-
-long ZbDetail::ResampleAxis::inputEnd(long first, long last) const
-{
-    long result = 0;
-    for (long i = first; i < last; ++i)
-        if (count(i) > 0)
-            result = std::max(result, end(i));
-    return result;
 }

@@ -28,12 +28,13 @@ public:
     long count(long sample) const { return m_lists[sample].count; }
     const float* weights(long sample) const { return m_weights.data() + m_lists[sample].offset; }
 
-    /// The input samples that the output samples [first, last) need lie in [inputBegin(), inputEnd()); these
-    /// are equal when there are none.
-    long inputBegin(long first, long last) const;
-    long inputEnd(long first, long last) const;
+    /// The input samples that the output samples [first, last), at least one, need lie in
+    /// [inputBegin(first), inputEnd(last)).
+    long inputBegin(long first) const { return begin(first); }
+    long inputEnd(long last) const { return end(last - 1); }
 
 private:
+    // Neither the beginnings nor the ends decrease; an empty list lies where the one before it ends.
     struct List {
         int begin;
         int count;

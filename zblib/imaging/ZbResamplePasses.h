@@ -3,6 +3,7 @@
 // Private: the three passes of a resampling, through intermediate memory that stays in the caches.
 
 #include <zblib/data/ZbBlockBytes.h>
+#include <zblib/data/ZbParallelReduce.h>
 #include <zblib/foundation/ZbLargeBlock.h>
 #include <zblib/foundation/ZbProgressInterface.h>
 #include <zblib/imaging/ZbResampleAxis.h>
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <memory>
 
 namespace ZbDetail
@@ -83,12 +85,12 @@ public:
     /// axes: three. Elements of components values, of sourceBytes and targetBytes each. Throws
     /// ZbMemoryException, which knows the size of a block that could not be had.
     ResamplePasses(const Rule& rule, const ResampleAxis* axes, int components, long sourceBytes,
-                   long targetBytes)
+                   long targetBytes, int threads)
         : m_rule(rule)
         , m_axes(axes)
         , m_components(components)
         , m_order(orderOfPasses(axes))
-        , m_threads(omp_in_parallel() ? 1 : omp_get_max_threads())
+        , m_threads(threads)
     {
         for (int k = 0; k < 3; ++k)
             m_sizes[0][k] = axes[k].oldSize();
@@ -102,33 +104,37 @@ public:
         makeScratch();
     }
 
-    /// False when progress was interrupted. Reports values from 0 to 1.
-    bool run(const void* source, void* target, ZbProgressInterface* progress)
+    /// Makes the output planes [begin, end). False when progress was interrupted, or when stop became true, which
+    /// an interruption sets. Reports values from 0 to 1.
+    bool run(const void* source, void* target, long begin, long end, std::atomic<bool>& stop,
+             ZbProgressInterface* progress)
     {
         // The source is only read.
         m_planes[0].data = static_cast<char*>(const_cast<void*>(source));
         m_planes[3].data = static_cast<char*>(target);
         const ResampleAxis& z = m_axes[2];
         long done = 0;  // input planes that the passes before z have been over
-        for (long first = 0; first < z.newSize(); first += m_slab) {
+        for (long first = begin; first < end; first += m_slab) {
             if (progress && progress->wasInterrupted(true))
+                stop = true;
+            if (stop)
                 return false;
-            const long last = std::min(first + m_slab, z.newSize());
-            const long end = z.inputEnd(first, last);
-            done = std::max(done, z.inputBegin(first, last));
-            for (; done < end; done = std::min(done + m_batch, end))
+            const long last = std::min(first + m_slab, end);
+            const long needed = z.inputEnd(last);
+            done = std::max(done, z.inputBegin(first));
+            for (; done < needed; done = std::min(done + m_batch, needed))
                 for (int pass = 0; m_order[size_t(pass)] != 2; ++pass)
-                    runPass(pass, done, std::min(done + m_batch, end));
+                    runPass(pass, done, std::min(done + m_batch, needed));
             for (int pass = passAlongZ(); pass < 3; ++pass)
                 runPass(pass, first, last);
             if (progress)
-                progress->setProgressValue(float(last) / float(z.newSize()));
+                progress->setProgressValue(float(last - begin) / float(end - begin));
         }
         return true;
     }
 
 private:
-    static constexpr unsigned long budget = 16ul << 20;  // bytes
+    static constexpr unsigned long budget = 4ul << 20;  // bytes; about what the caches of a processor hold
     static constexpr long cacheLine = 64;
     // Below so many additions a second thread costs more than it saves.
     static constexpr double smallestParallelWork = 100000.0;
@@ -158,10 +164,11 @@ private:
         if (pass + 1 < alongZ)
             return batchOf(slab);
         const ResampleAxis& z = m_axes[2];
+        // Slabs may start anywhere.
         long most = 1;
-        for (long first = 0; first < z.newSize(); first += slab) {
+        for (long first = 0; first < z.newSize(); ++first) {
             const long last = std::min(first + slab, z.newSize());
-            most = std::max(most, z.inputEnd(first, last) - z.inputBegin(first, last));
+            most = std::max(most, z.inputEnd(last) - z.inputBegin(first));
         }
         return most;
     }
@@ -281,5 +288,34 @@ private:
     long m_batch = 1;  // input planes that the passes before z take at a time
     std::unique_ptr<typename Rule::Scratch[]> m_scratch;
 };
+
+/// Resamples a whole block, on all threads. Arguments are as for ResamplePasses, whose exceptions it throws.
+///
+/// Each thread makes a range of the output planes. Then none waits for another before the end, and what one pass
+/// has written is in its own cache for the next. Input planes around the ends of the ranges are gone over twice;
+/// where these would be many, the threads share the lines of each pass instead.
+template <typename Rule>
+bool resampleBlock(const Rule& rule, const ResampleAxis* axes, int components, const void* source,
+                   long sourceBytes, void* target, long targetBytes, ZbProgressInterface* progress)
+{
+    constexpr unsigned long fewestPlanes = 8;  // of a range
+    const ResampleAxis& z = axes[2];
+    std::atomic<bool> stop = false;
+    const int ranges = pieceCount((unsigned long)(z.newSize()), fewestPlanes);
+    if (ranges == 1 || z.oldSize() / ranges < 2 * z.longest()) {
+        const int threads = omp_in_parallel() ? 1 : omp_get_max_threads();
+        ResamplePasses<Rule> passes(rule, axes, components, sourceBytes, targetBytes, threads);
+        return passes.run(source, target, 0, z.newSize(), stop, progress);
+    }
+    bool finished = true;
+    parallelReduce((unsigned long)(z.newSize()), ranges,
+                   [&](unsigned long begin, unsigned long end, int range) {
+                       ResamplePasses<Rule> passes(rule, axes, components, sourceBytes, targetBytes, 1);
+                       return passes.run(source, target, long(begin), long(end), stop,
+                                         range == 0 ? progress : nullptr);
+                   },
+                   [&](bool rangeFinished) { finished = finished && rangeFinished; });
+    return finished;
+}
 
 }  // namespace ZbDetail

@@ -113,9 +113,8 @@ private:
     template <typename Rule>
     bool runPasses(const Rule& rule, const ResampleAxis* axes, const void* from, void* to) const
     {
-        ZbDetail::ResamplePasses<Rule> passes(rule, axes, source.numComponents(), source.primType().size(),
-                                              targetType.size());
-        return passes.run(from, to, progress);
+        return ZbDetail::resampleBlock(rule, axes, source.numComponents(), from, source.primType().size(), to,
+                                       targetType.size(), progress);
     }
 
     bool runMeans(const ResampleAxis* axes, const void* from, void* to) const

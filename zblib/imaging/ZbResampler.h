@@ -111,11 +111,11 @@ public:
     /// Each component is resampled by itself. For all types but complex and string; these write the usual line
     /// to standard error.
     ///
-    /// Memory beside the blocks: float planes (planes of labels: of their type), namely one for each entry of
-    /// the longest list along z when an other axis is resampled before z, and for the rest 16 MiB, or two planes
-    /// if they are larger; sixteen rows for each thread; and the reduced block. Intermediate planes have the sizes that the axes have at that
-    /// step. Progress is reported after each of these steps, from the calling thread, between startWorking() and
-    /// stopWorking().
+    /// Memory beside the blocks, for each thread: float planes (planes of labels: of their type), namely one for
+    /// each entry of the longest list along z when an other axis is resampled before z, and for the rest 4 MiB, or
+    /// two planes if they are larger; and sixteen rows. Besides these, the reduced block. Intermediate planes have
+    /// the sizes that the axes have at that step. Progress is reported, from the calling thread, after each so
+    /// many planes, between startWorking() and stopWorking().
     ///
     /// True on success; false with the reason in error: "could not allocate 17 MB" for memory (where that was
     /// for an intermediate block, "No enough memory available to resample the dataset." goes to standard error
