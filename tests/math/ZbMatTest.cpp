@@ -232,6 +232,8 @@ TYPED_TEST(ZbMat4Of, arrayFormsAreThoseForOneVector)
         check([&](auto&&... vectors) { m.multMatrixVec(vectors...); });
         check([&](auto&&... vectors) { m.multDirMatrix(vectors...); });
     }
+    const Vec* const none = nullptr;
+    m.multVecMatrix(none, static_cast<Vec*>(nullptr), 0);
 }
 
 TEST(ZbMat4, determinants)

@@ -62,7 +62,8 @@ TYPED_TEST(ZbStatisticsOf, givesZeroVarianceForOneAndNaNForNone)
     T mean = 0;
     EXPECT_EQ(ZbStatistics::computeVariance(x, 1, &mean), 0);
     EXPECT_EQ(mean, x[0]);
-    EXPECT_TRUE(std::isnan(ZbStatistics::computeVariance(x, 0)));
+    EXPECT_TRUE(std::isnan(ZbStatistics::computeVariance(x, 0, nullptr)));
+    EXPECT_EQ(ZbStatistics::computeCovariance(x, x, 1, nullptr, &mean), 0);
     EXPECT_TRUE(std::isnan(ZbStatistics::computeCorrelation(x, x, 0)));
 }
 

@@ -139,7 +139,8 @@ TEST_F(ZbvolumeServe, refusesWhatItCannotServe)
     ASSERT_EQ(last.getPort(), 65535);
     const Outcome outcome = zbvolume({"serve", "--port", "65535"});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.err,
-              "zbvolume: port 65535: neither this nor one of the 19 behind it is free (Address already in "
-              "use)\n");
+    EXPECT_EQ(
+        outcome.err,
+        "zbvolume: port 65535: neither this nor one of the up to 19 behind it is free (Address already in "
+        "use)\n");
 }

@@ -37,7 +37,7 @@ void requirePort(int port)
     probe.setBindAddress(loopback);
     if (probe.openSocket(port, -20, 1) == -1)
         throw Failure("port " + std::to_string(port),
-                      "neither this nor one of the 19 behind it is free (" + systemCause() + ")");
+                      "neither this nor one of the up to 19 behind it is free (" + systemCause() + ")");
 }
 
 std::unique_ptr<ZbHttpd> open(const ServeOptions& options)

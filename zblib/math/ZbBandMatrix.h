@@ -4,6 +4,7 @@
 #include <zblib/math/ZbDVector.h>
 
 #include <memory>
+#include <utility>
 
 /// A square matrix of n rows with elements only on the diagonal, on m1 diagonals below it and m2 above it, for
 /// solving systems of equations in O(n (m1 + 1) (m1 + m2 + 1)).
@@ -18,9 +19,27 @@ public:
     /// All elements are 0. m1 and m2 may exceed n; sizes below 0 mean 0.
     ZB_API ZbBandMatrix(int n, int m1, int m2);
     ZB_API ZbBandMatrix(const ZbBandMatrix& other);
-    ZbBandMatrix(ZbBandMatrix&& other) noexcept = default;
+    /// Takes the elements; other has no rows afterwards.
+    ZbBandMatrix(ZbBandMatrix&& other) noexcept
+        : m_n(std::exchange(other.m_n, 0))
+        , m_m1(other.m_m1)
+        , m_m2(other.m_m2)
+        , m_band(std::move(other.m_band))
+        , m_lower(std::move(other.m_lower))
+        , m_pivots(std::move(other.m_pivots))
+    {
+    }
     ZB_API ZbBandMatrix& operator=(const ZbBandMatrix& other);
-    ZbBandMatrix& operator=(ZbBandMatrix&& other) noexcept = default;
+    ZbBandMatrix& operator=(ZbBandMatrix&& other) noexcept
+    {
+        m_n = std::exchange(other.m_n, 0);
+        m_m1 = other.m_m1;
+        m_m2 = other.m_m2;
+        m_band = std::move(other.m_band);
+        m_lower = std::move(other.m_lower);
+        m_pivots = std::move(other.m_pivots);
+        return *this;
+    }
 
     int numRows() const noexcept { return m_n; }
 

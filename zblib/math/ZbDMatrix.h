@@ -24,7 +24,12 @@ public:
     /// Takes the elements; other is empty afterwards.
     ZbDMatrix(ZbDMatrix&& other) noexcept { swap(other); }
     ~ZbDMatrix() = default;
-    ZbDMatrix& operator=(const ZbDMatrix& other) = default;
+    ZbDMatrix& operator=(const ZbDMatrix& other)
+    {
+        ZbDMatrix copy(other);
+        swap(copy);
+        return *this;
+    }
     ZbDMatrix& operator=(ZbDMatrix&& other) noexcept
     {
         ZbDMatrix taken(std::move(other));
@@ -77,7 +82,8 @@ public:
     ///
     /// The pivot is the largest absolute value of its column, the last of equal ones. A solution is corrected
     /// up to nine times while the length of b - A x exceeds 1e-5 times that of b; what then still exceeds 1e-4
-    /// times that length is told on standard output. Residuals are summed in double. Golub and Van Loan, Matrix
+    /// times that length is told on standard output. Residuals are summed in double. A right side
+    /// that is not finite has a solution that is not. Golub and Van Loan, Matrix
     /// Computations, sections 3.4 and 3.5.
     ///
     /// Returns 0 on success. Returns 1, with a line on standard error, for a matrix that is not square, and for a
@@ -90,8 +96,8 @@ public:
     ///
     /// With k the smaller of n and m, U becomes n x k, w gets k values, and V becomes m x k; the columns of U and
     /// V are orthonormal, the values are not negative and in no order. Where m exceeds n the matrix is transposed
-    /// before it is decomposed. Returns 1, or 0 with a line on standard output when a singular value needs
-    /// more than maxIterations steps, as it does where elements are not finite; the outputs are unchanged then.
+    /// before it is decomposed. Returns 1, or 0 with a line on standard output when a singular value is
+    /// not found after maxIterations - 1 steps, as where elements are not finite; the outputs are unchanged then.
     /// U or V may be this matrix. O(n m k).
     ///
     /// Householder reflections to bidiagonal form, then QR steps with implicit shifts. Golub and Reinsch, Singular

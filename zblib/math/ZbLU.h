@@ -38,11 +38,11 @@ bool luDecompose(T (&a)[N][N], int* index, T& d) noexcept
     return true;
 }
 
-/// See ZbMat4::LUBackSubstitution. A Value is a T, or several right sides in one vector.
-template <typename T, int N, typename Value>
-void luSolve(const T (&a)[N][N], const int* index, Value* b) noexcept
+/// See ZbMat4::LUBackSubstitution.
+template <typename T, int N>
+void luSolve(const T (&a)[N][N], const int* index, T* b) noexcept
 {
-    Value x[N];
+    T x[N];
     for (int i = 0; i < N; ++i) {
         x[i] = b[index[i]];
         for (int j = 0; j < i; ++j)

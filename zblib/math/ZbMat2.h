@@ -1,8 +1,9 @@
 #pragma once
 
-#include <zblib/foundation/ZbExport.h>
 #include <zblib/math/ZbMatBase.h>
 #include <zblib/math/ZbVec2.h>
+
+#include <cstddef>
 
 /// A matrix of 2 x 2 numbers; see ZbMatBase for what the matrices have in common.
 template <typename T>
@@ -18,6 +19,7 @@ public:
         : ZbMat2(row0.x, row0.y, row1.x, row1.y)
     {
     }
+    ZbMat2(std::nullptr_t) = delete;  // nor a literal 0
     explicit constexpr ZbMat2(const T (*values)[2]) noexcept { setValue(values); }
     /// From another element type.
     template <std::floating_point U>

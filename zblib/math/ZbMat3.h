@@ -24,8 +24,10 @@ public:
     {
     }
     /// All nine elements are value, not the diagonal alone.
-    explicit constexpr ZbMat3(T value) noexcept
-        : ZbMat3(value, value, value, value, value, value, value, value, value)
+    template <typename Scalar>
+    requires std::is_arithmetic_v<Scalar>
+    explicit constexpr ZbMat3(Scalar value) noexcept  // a template, or a literal 0 might be a pointer
+        : ZbMat3(T(value), T(value), T(value), T(value), T(value), T(value), T(value), T(value), T(value))
     {
     }
     explicit constexpr ZbMat3(const T (*values)[3]) noexcept { setValue(values); }
@@ -109,7 +111,7 @@ public:
     /// Reads the upper triangle. Eigenvalue i belongs to the vector i; the vectors are orthonormal and form a
     /// right-handed system in the order in which the rotations leave them; nothing is sorted. nrot receives
     /// the number of rotations. Accurate to a few units in the last place of the largest eigenvalue, for equal
-    /// eigenvalues too. Without convergence after 50 sweeps, which only values that are not finite bring about,
+    /// eigenvalues too, unless differences of eigenvalues exceed T. Without convergence after 50 sweeps, which only values that are not finite bring about,
     /// writes "Too many iterations in routine jacobi" to standard error, leaves the vectors as they were and
     /// returns the eigenvalues of the last sweep. Golub and Van Loan, Matrix Computations, section 8.5.
     ZB_API void jacobi(T evalues[3], ZbVec3<T> evectors[3], int& nrot) const noexcept;

@@ -299,7 +299,8 @@ Decomposition decompose(const ZbMat4<T>& m)
     const ZbVec3d third = isOdd ? second.cross(first) : first.cross(second);
     ZbVec3d scale;
     scale[order[0]] = first.dot(row(rows, order[0]));
-    scale[order[1]] = second.dot(row(rows, order[1]));
+    scale[order[1]] =
+        std::max(0.0, second.dot(row(rows, order[1])));  // normalising may have turned a tiny one
     scale[order[2]] = third.dot(row(rows, order[2]));
     result.isSingular = std::fabs(scale[order[2]]) <= singular;
     if (scale[order[2]] < 0) {  // it reflects

@@ -6,6 +6,7 @@
 #include <zblib/math/ZbVec4.h>
 
 #include <concepts>
+#include <cstddef>
 #include <cstdio>
 
 #if defined(ZBLIB_HAVE_INVENTOR) && ZBLIB_HAVE_INVENTOR
@@ -32,6 +33,7 @@ public:
     {
         setValue(a00, a01, a02, a03, a10, a11, a12, a13, a20, a21, a22, a23, a30, a31, a32, a33);
     }
+    ZbMat4(std::nullptr_t) = delete;  // nor a literal 0
     explicit constexpr ZbMat4(const T (*values)[4]) noexcept { setValue(values); }
     /// From another element type.
     template <std::floating_point U>
@@ -144,7 +146,9 @@ public:
     /// The factors of this matrix = r S r^T u T proj, where r is a rotation, S the scaling by s, u a rotation,
     /// T the translation by t, and proj is (0, 0, 0, 1) outside its last column.
     ///
-    /// Signs and accuracy as by getTransform; proj is the identity of an affine matrix. Returns false where the
+    /// Signs and accuracy as by getTransform; proj is the identity of an affine matrix. The last column of another
+    /// one comes back to a few units in the last place of the largest |s| times |proj|, which is nothing of it left
+    /// where the smallest |s| is below the precision of T times the largest. Returns false where the
     /// upper left 3 x 3 is singular. The factors give the matrix then as well: if it is not affine, they are all
     /// identities but proj, which is the matrix itself.
     ZB_API bool factor(ZbMat4& r, ZbVec3<T>& s, ZbMat4& u, ZbVec3<T>& t, ZbMat4& proj) const noexcept;

@@ -56,6 +56,8 @@ ZB_TARGET_V3 long transformV3(const ZbMat4<T>& matrix, const ZbVec3<T>* source, 
         for (int j = 0; j < 4; ++j)
             m[i][j] = matrix[i][j] + Vector{};
     }
+    if (count <= 0)
+        return 0;  // there may be no point to take the address of
     const T* src = &source->x;
     T* dst = &target->x;
     long done = 0;

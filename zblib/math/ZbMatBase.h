@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cmath>
 #include <cstring>
 #include <type_traits>
 
@@ -11,6 +10,9 @@
 /// are formed in the element type, from the first product to the last. Vectors are rows that are multiplied from
 /// the left: the product A * B transforms by A first and then by B. The source and the target of an operation
 /// may be the same object. Nothing throws or allocates. Thread-safe as floats are.
+///
+/// Most is inline: a program that is compiled for machines with fused multiply-add needs -ffp-contract=off to get the
+/// same bits as the library, and as on other machines.
 template <typename Mat, typename T, int N>
 class ZbMatBase
 {

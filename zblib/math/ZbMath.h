@@ -129,7 +129,8 @@ enum class ZbRoundingRule {
 ///
 /// y = 10^n * x is rounded to an integer, and the result is y * 0.1^n: a product, not a quotient, so the last
 /// bit may differ from that of the nearest decimal number. Both powers are products of |n| equal factors (10
-/// and 0.1, which change places for a negative n). The float form computes in double and converts once.
+/// and 0.1, which change places for a negative n); where one of them overflows or vanishes, so may the result, and 0
+/// gives NaN. The float form computes in double and converts once.
 ZB_API double ZbRoundToAmountOfDecimals(double x, ZbRoundingRule rule, int n) noexcept;
 ZB_API float ZbRoundToAmountOfDecimals(float x, ZbRoundingRule rule, int n) noexcept;
 

@@ -5,6 +5,7 @@
 #include <zblib/math/ZbVec3.h>
 
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 #include <type_traits>
 
@@ -24,6 +25,7 @@ public:
     ZbRot() noexcept = default;
     constexpr ZbRot(T x, T y, T z, T w) noexcept : m_values{x, y, z, w} {}
     /// From 4 numbers.
+    ZbRot(std::nullptr_t) = delete;  // nor a literal 0
     explicit constexpr ZbRot(const T* values) noexcept : ZbRot(values[0], values[1], values[2], values[3]) {}
     /// From another element type.
     template <std::floating_point U>
@@ -57,6 +59,7 @@ public:
     /// The rotation about axis, which need not be of length 1. An axis of length 0 is used as it is.
     void setValue(const ZbVec3<T>& axis, T angle) noexcept;
     /// The axis, of length 1, and the angle. An angle so small that the axis is lost is 0, about (0, 0, 1).
+    /// A w above 1, as products of tiny rotations may have by rounding, gives an angle that is not a number.
     void getValue(ZbVec3<T>& axis, T& angle) const noexcept;
 
     /// The shortest rotation that turns the direction from into the direction to. For opposite directions it is

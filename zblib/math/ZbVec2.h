@@ -3,6 +3,8 @@
 #include <zblib/containers/ZbHash.h>
 #include <zblib/math/ZbVec3.h>
 
+#include <cstddef>
+
 /// A pair of numbers: a pixel, the size of an image, a point of the plane.
 ///
 /// See ZbVec3 for what the vectors have in common.
@@ -18,6 +20,7 @@ public:
     ZbVec2() noexcept = default;
     constexpr ZbVec2(T xValue, T yValue) noexcept : x(xValue), y(yValue) {}
     /// From 2 numbers.
+    ZbVec2(std::nullptr_t) = delete;  // nor a literal 0
     explicit constexpr ZbVec2(const T* values) noexcept : x(values[0]), y(values[1]) {}
     /// From another element type, where a conversion cannot leave its range: to float or double.
     template <typename U>
@@ -65,8 +68,14 @@ public:
     constexpr ZbVec2 compquot(const ZbVec2& v) const noexcept { return {x / v.x, y / v.y}; }
 
     constexpr T length2() const noexcept { return dot(*this); }
-    Real length() const noexcept { return std::sqrt(Real(length2())); }
-    Real distance(const ZbVec2& v) const noexcept { return (*this - v).length(); }
+    Real length() const noexcept
+    {
+        if constexpr (std::is_integral_v<T>)
+            return ZbVec2<Real>(*this).length();
+        else
+            return std::sqrt(length2());
+    }
+    Real distance(const ZbVec2& v) const noexcept { return (ZbVec2<Real>(*this) - ZbVec2<Real>(v)).length(); }
     /// The larger of |x| and |y|.
     constexpr T infnorm() const noexcept
     {

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <concepts>
+#include <cstddef>
 #include <limits>
 #include <numbers>
 #include <type_traits>
@@ -52,8 +53,9 @@ inline double angleBetween(double dot, double lengths) noexcept
 /// ZbVec2, ZbVec3 and ZbVec4 are plain values over float, double or int: the elements lie one after the other
 /// with nothing else in the object, so an array of vectors is an array of numbers. They are uninitialised where
 /// no value is given. Everything is computed in the element type, from the first element to the last, except
-/// where double is named; sums and products of ints must fit an int, and their lengths are doubles. Nothing
-/// throws; a division by zero gives what floating point gives. Thread-safe as ints are.
+/// where double is named; sums and products of ints must fit an int, while their lengths and distances
+/// are doubles. Nothing throws; a division of reals by zero gives what floating point gives, and ints may not be
+/// divided by zero. Thread-safe as ints are.
 ///
 /// By convention points and directions are rows that are multiplied to a matrix from the left (ZbMat4).
 template <typename T>
@@ -68,6 +70,7 @@ public:
     ZbVec3() noexcept = default;
     constexpr ZbVec3(T xValue, T yValue, T zValue) noexcept : x(xValue), y(yValue), z(zValue) {}
     /// From 3 numbers.
+    ZbVec3(std::nullptr_t) = delete;  // nor a literal 0
     explicit constexpr ZbVec3(const T* values) noexcept : x(values[0]), y(values[1]), z(values[2]) {}
     /// From another element type, where a conversion cannot leave its range: to float or double.
     template <typename U>
@@ -118,8 +121,14 @@ public:
     constexpr ZbVec3 compquot(const ZbVec3& v) const noexcept { return {x / v.x, y / v.y, z / v.z}; }
 
     constexpr T length2() const noexcept { return dot(*this); }
-    Real length() const noexcept { return std::sqrt(Real(length2())); }
-    Real distance(const ZbVec3& v) const noexcept { return (*this - v).length(); }
+    Real length() const noexcept
+    {
+        if constexpr (std::is_integral_v<T>)
+            return ZbVec3<Real>(*this).length();
+        else
+            return std::sqrt(length2());
+    }
+    Real distance(const ZbVec3& v) const noexcept { return (ZbVec3<Real>(*this) - ZbVec3<Real>(v)).length(); }
     /// The largest of |x|, |y| and z. That z counts with its sign, so that a negative one never wins, is meant.
     constexpr T infnorm() const noexcept
     {

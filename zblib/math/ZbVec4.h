@@ -3,6 +3,8 @@
 #include <zblib/containers/ZbHash.h>
 #include <zblib/math/ZbVec3.h>
 
+#include <cstddef>
+
 /// Four numbers: a homogeneous point, a voxel and a time step.
 ///
 /// See ZbVec3 for what the vectors have in common.
@@ -21,6 +23,7 @@ public:
     {
     }
     /// From 4 numbers.
+    ZbVec4(std::nullptr_t) = delete;  // nor a literal 0
     explicit constexpr ZbVec4(const T* values) noexcept
         : x(values[0]), y(values[1]), z(values[2]), w(values[3])
     {
@@ -83,7 +86,13 @@ public:
     constexpr ZbVec4 compquot(const ZbVec4& v) const noexcept { return {x / v.x, y / v.y, z / v.z, w / v.w}; }
 
     constexpr T length2() const noexcept { return dot(*this); }
-    Real length() const noexcept { return std::sqrt(Real(length2())); }
+    Real length() const noexcept
+    {
+        if constexpr (std::is_integral_v<T>)
+            return ZbVec4<Real>(*this).length();
+        else
+            return std::sqrt(length2());
+    }
 
     /// Divides by the length; a vector of length 0 stays as it is.
     void normalize() noexcept requires std::floating_point<T>

@@ -71,7 +71,7 @@ void ZbODE<V>::setRightHandSide(RightHandSide f, void* userData) noexcept
 {
     m_rightHandSide = f;
     m_userData = userData;
-    m_isOwnUserData = userData == this;
+    m_isOwnUserData = false;
 }
 
 template <typename V>
@@ -328,7 +328,10 @@ int ZbODE<V>::next() noexcept
     nextCubicPolynomialStep();
     if (m_status != 0)
         return m_status;
-    m_tSample += m_hSampling;
+    const float tSample = m_tSample + m_hSampling;
+    if (!(tSample > m_tSample))
+        return m_status = 3;
+    m_tSample = tSample;
     while (m_tSample > m_t) {
         const V x0 = m_x, dx0 = m_dx;
         const float t0 = m_t;

@@ -38,7 +38,7 @@ public:
     /// and the default right-hand side, whose user data is the integrator itself.
     ZB_API ZbODE() noexcept;
 
-    /// userData is passed to f as it is. Where it is the integrator itself, it is the copy in a copy.
+    /// userData is passed to f as it is, by copies as well.
     ZB_API void setRightHandSide(RightHandSide f, void* userData) noexcept;
     /// Whether derivatives are scaled to the length speed (1) or multiplied by speed (0).
     void setNormalization(int normalize) noexcept { m_normalize = normalize; }
@@ -51,7 +51,7 @@ public:
         m_hMin = hMin;
         m_hMax = hMax;
     }
-    /// The distance in t between two samples.
+    /// The distance in t between two samples, positive. To be set before init().
     void setHSampling(float hSampling) noexcept { m_hSampling = hSampling; }
     /// The length that the error estimate of a step may have.
     void setTolerance(float tolerance) noexcept { m_tolerance = tolerance; }
@@ -65,14 +65,15 @@ public:
     ///
     /// When the trajectory ends, which is when the status is not 0, x becomes the last point that was reached, at this
     /// call and all that follow; f is not called any more. Or, if extrapolate is set, x goes on along the
-    /// last cubic, from the call on that returns the status first.
+    /// last cubic, from the call on that returns the status first. After an init() that failed, x becomes the last
+    /// sample of the trajectory before, or the origin.
     ZB_API int next(V& x, int extrapolate) noexcept;
     /// The same with the derivatives of the sample by the parameter that runs from 0 to 1 in the step it lies in:
     /// the directions are those of the trajectory, while the lengths depend on the step.
     ZB_API int next(V& x, V& dx, V& ddx, int extrapolate) noexcept;
 
     /// 0: all is well. 1: f refused a point near by. 2: the derivative is exactly 0 near by. 3: the step became smaller
-    /// than hMin, or too small to change t. 5: there is no such method.
+    /// than hMin, or a step or the distance of samples is too small to change t. 5: there is no such method.
     int getStatus() const noexcept { return m_status; }
     /// The time of the last accepted step.
     float getTime() const noexcept { return m_t; }
@@ -111,7 +112,8 @@ private:
     int m_status = 0;
     int m_normalize = 1;
     int m_method = rk43;
-    bool m_isOwnUserData = true;  // the integrator itself, wherever it has been copied to
+    bool m_isOwnUserData =
+        true;  // that of the default: the integrator itself, wherever it has been copied to
     void* m_userData = nullptr;
     RightHandSide m_rightHandSide = &defaultRightHandSide;
 

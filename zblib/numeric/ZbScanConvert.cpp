@@ -236,7 +236,7 @@ void ZbScanConvert::concaveCB(void* converter, int y, int xLeft, int xRight)
 void ZbScanConvert::defaultSpanCB(void* userData, int xLeft, int xRight, int y)
 {
     const auto* self = static_cast<const ZbScanConvert*>(userData);
-    if (!self->m_pixelCallback)
+    if (!self || !self->m_pixelCallback)
         return;
     for (long x = xLeft; x <= xRight; ++x)  // long: xRight may be the largest int
         self->m_pixelCallback(self->m_pixelUserData, int(x), y);

@@ -63,7 +63,7 @@ private:
 /// The engine of ZbScanConvert: fills the polygon of n points, clipped to the rectangle clip of xmin, ymin, xmax, ymax,
 /// and calls span for the pixels [xLeft, xRight] of each row y, in the order that ZbScanConvert says.
 ///
-/// Positions of edges are floats that grow by a float from row to row, so that the pixels do not depend on how far the
-/// polygon is clipped above. P. Heckbert, Generic convex polygon scan conversion and clipping, Graphics Gems, 1990.
+/// Positions of edges are floats that grow by a float from row to row, so that the pixels do not depend on where the
+/// polygon is clipped at ymax.
 ZB_API void concave(int n, const ZbVec2<float>* points, const int clip[4],
                     void (*span)(void* userData, int y, int xLeft, int xRight), void* userData);

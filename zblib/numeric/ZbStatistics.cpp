@@ -1,5 +1,7 @@
 #include <zblib/numeric/ZbStatistics.h>
 
+#include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 
@@ -45,7 +47,7 @@ T ZbStatistics::computeMean(const T* x, long n)
 }
 
 template <typename T>
-T ZbStatistics::computeVariance(const T* x, long n, T* mean)
+T ZbStatistics::computeVariance(const T* x, long n, Output<T>* mean)
 {
     const T m = computeMean(x, n);
     T sum = 0;
@@ -56,7 +58,7 @@ T ZbStatistics::computeVariance(const T* x, long n, T* mean)
 }
 
 template <typename T>
-T ZbStatistics::computeCovariance(const T* x, const T* y, long n, T* meanX, T* meanY)
+T ZbStatistics::computeCovariance(const T* x, const T* y, long n, Output<T>* meanX, Output<T>* meanY)
 {
     const Means<T> mean = meansOf(x, y, n);
     T sum = 0;
@@ -68,15 +70,16 @@ T ZbStatistics::computeCovariance(const T* x, const T* y, long n, T* meanX, T* m
 }
 
 template <typename T>
-T ZbStatistics::computeCorrelation(const T* x, const T* y, long n, T* covariance, T* meanX, T* meanY,
-                                   T* varianceX, T* varianceY)
+T ZbStatistics::computeCorrelation(const T* x, const T* y, long n, Output<T>* covariance, Output<T>* meanX,
+                                   Output<T>* meanY, Output<T>* varianceX, Output<T>* varianceY)
 {
     return computeCorrelation<T>(x, y, nullptr, n, covariance, meanX, meanY, varianceX, varianceY);
 }
 
 template <typename T>
-T ZbStatistics::computeCorrelation(const T* x, const T* y, T* contributions, long n, T* covariance, T* meanX,
-                                   T* meanY, T* varianceX, T* varianceY)
+T ZbStatistics::computeCorrelation(const T* x, const T* y, T* contributions, long n, Output<T>* covariance,
+                                   Output<T>* meanX, Output<T>* meanY, Output<T>* varianceX,
+                                   Output<T>* varianceY)
 {
     const Means<T> mean = meansOf(x, y, n);
     T sumXY = 0;
@@ -221,6 +224,7 @@ float ZbStatistics::tTest(int sizeA, float meanA, float deviationA, int sizeB, f
     const double s = std::sqrt((nA - 1) * sA * sA + (nB - 1) * sB * sB);
     const double difference = static_cast<double>(meanA) - static_cast<double>(meanB);
     const double t = difference / s * std::sqrt(nA * nB * (nA + nB - 2) / (nA + nB));
-    const int degreesOfFreedom = static_cast<int>(static_cast<long>(sizeA) + sizeB - 2);
+    const int degreesOfFreedom =
+        static_cast<int>(std::min(static_cast<long>(sizeA) + sizeB - 2, static_cast<long>(INT_MAX)));
     return 1 - integratedStudentDistribution(static_cast<float>(t), degreesOfFreedom);
 }

@@ -19,6 +19,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <memory>
 
 namespace
 {
@@ -261,6 +262,27 @@ struct ZbHttpd::Transfer {
     }
 };
 
+// Closes a descriptor when it goes.
+class ZbHttpd::Descriptor
+{
+public:
+    explicit Descriptor(int descriptor) : m_descriptor(descriptor) {}
+    ~Descriptor() { reset(-1); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    void reset(int descriptor)
+    {
+        if (m_descriptor >= 0)
+            ZbSocket::close(m_descriptor);
+        m_descriptor = descriptor;
+    }
+    int get() const { return m_descriptor; }
+
+private:
+    int m_descriptor;
+};
+
 class ZbHttpd::File
 {
 public:
@@ -352,6 +374,7 @@ void ZbHttpd::handleRequest(int fd)
 {
     const auto deadline =
         m_receiveTimeout > 0 ? Clock::now() + std::chrono::milliseconds(m_receiveTimeout) : never;
+    const Descriptor connection(fd);  // closed also where a callback throws
     char line[lineSize];
     Request request(fd);
     if (const int length = request.receiveLine(line, deadline); length > 0) {
@@ -362,7 +385,6 @@ void ZbHttpd::handleRequest(int fd)
         if (isAnswered)
             request.discardHeaders(hasHeaders);
     }
-    ZbSocket::close(fd);
 }
 
 void ZbHttpd::interprete(int fd, char* requestLine)
@@ -442,7 +464,9 @@ bool ZbHttpd::resolve(const char* path, ZbFilename& resolved) const
     if (m_root.isEmpty() || leavesItsStart(path))
         return false;
     const QByteArray wanted = QByteArray(m_root.getString()) + '/' + path;
-    char* const real = ::realpath(wanted.constData(), nullptr);
+    const std::unique_ptr<char, decltype(&std::free)> resolvedPath(::realpath(wanted.constData(), nullptr),
+                                                                   &std::free);
+    const char* const real = resolvedPath.get();
     if (!real)
         return false;
     const QByteArray root = m_root == "/" ? QByteArray() : QByteArray(m_root.getString());
@@ -450,7 +474,6 @@ bool ZbHttpd::resolve(const char* path, ZbFilename& resolved) const
     const bool isInside = std::strncmp(real, root, length) == 0 && (real[length] == '/' || real[length] == 0);
     if (isInside)
         resolved = ZbFilename(real);
-    std::free(real);
     return isInside;
 }
 
@@ -462,24 +485,17 @@ bool ZbHttpd::openFile(const char* path, File& file) const
     if (!resolve(path, resolved))
         return false;
     // Somebody may put a link in place of a folder meanwhile, so each step from the root on refuses links.
-    int folder = ::open(m_root, O_PATH | O_DIRECTORY | O_CLOEXEC);
+    Descriptor folder(::open(m_root, O_PATH | O_DIRECTORY | O_CLOEXEC));
     const auto names = QByteArray(resolved.getString()).mid(m_root.length()).split('/');
     QByteArray last;
     for (const QByteArray& name : names) {
         if (name.isEmpty())
             continue;
-        if (!last.isEmpty()) {
-            const int inner = ::openat(folder, last, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-            if (folder >= 0)
-                ::close(folder);
-            folder = inner;
-        }
+        if (!last.isEmpty())
+            folder.reset(::openat(folder.get(), last, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         last = name;
     }
-    const bool isOpen = file.open(folder, last.isEmpty() ? "." : last.constData(), false);
-    if (folder >= 0)
-        ::close(folder);
-    return isOpen;
+    return file.open(folder.get(), last.isEmpty() ? "." : last.constData(), false);
 }
 
 // Opens path, or the page of a folder, and leaves the name of what is open in page.
@@ -515,10 +531,10 @@ void ZbHttpd::sendFile(int fd, const char* path, const File& file)
             std::fprintf(m_log, "ZbHttpd: sending file %s (%ld bytes)\n", path, bytes);
     };
     ZbSocket::nonBlocking(fd);
-    Transfer transfer{fd};
     bool isThere = true;
     if (!hasKnownType(path) && needsMarker(file, count, length))
-        isThere = transfer.send(marker, sizeof marker - 1) == sizeof marker - 1;
+        isThere = send(fd, marker, sizeof marker - 1) == sizeof marker - 1;
+    Transfer transfer{fd};
     if (hasSize)
         log(length);
     // Not by sendfile, which cannot keep SIGPIPE away, and whose client finds the bytes no longer in the cache.

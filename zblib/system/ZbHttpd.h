@@ -21,8 +21,8 @@
 /// folders are opened. A file is sent in pieces, so its size does not matter; one that changes meanwhile may
 /// come in part old and in part new.
 ///
-/// A client that hangs up ends its transfer and no more, one that takes nothing for a second six times over
-/// as well. A client that sends no request line holds up the responder unless there is a receive timeout. Not
+/// A client that hangs up ends its transfer and no more, one whose connection has no room for a second, six
+/// times in all over a file, as well: a client that reads but some ten kilobytes a second may be among them. A client that sends no request line holds up the responder unless there is a receive timeout. Not
 /// thread-safe.
 class ZB_API ZbHttpd
 {
@@ -75,6 +75,7 @@ public:
 
 private:
     struct Transfer;
+    class Descriptor;
     class File;
 
     bool openFile(const char* path, File& file) const;

@@ -52,9 +52,9 @@ int ZbServerSocket::openSocket(int port, int tries, int backlog)
 
     bool isBound = false;
     if (tries < 0) {
-        for (long next = port; !isBound && next < port - long(tries) && next <= 65535; ++next)
+        for (long next = port; port >= 0 && !isBound && next < port - long(tries) && next <= 65535; ++next)
             isBound = bindTo(int(next));
-        if (!isBound && port > 65535)
+        if (!isBound && (port < 0 || port > 65535))
             errno = EINVAL;
     } else {
         errno = EINVAL;  // the cause where there is to be no try

@@ -20,7 +20,7 @@ public:
     static int connect(const char* host, int port);
 
     /// Receives size bytes, or with lineMode a line: up to and with its line feed, or its first size - 1
-    /// bytes, and a terminating zero.
+    /// bytes, and a terminating zero, behind which buffer is arbitrary.
     ///
     /// Makes fd blocking. Returns how many bytes there are without that zero; 0 at once where size leaves no
     /// room (size below 1, in line mode below 2). Where the peer ends first or the connection fails, returns
