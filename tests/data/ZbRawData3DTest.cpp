@@ -11,6 +11,8 @@
 #include <numeric>
 #include <vector>
 
+#include <sys/mman.h>
+
 namespace
 {
 
@@ -143,6 +145,25 @@ TEST(ZbRawData3D, copiesSlicesLargerThanWhatIsAskedForAhead)
         }
         EXPECT_EQ(std::memcmp(block.dataPtr(), other.dataPtr(), size_t(block.getNumElems()) * 2), 0);
     }
+}
+
+TEST(ZbRawData3D, copiesPixelsThatNoIntSteps)
+{
+    constexpr size_t bytes = size_t(1) << 33;
+    void* const memory =
+        mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    ASSERT_NE(memory, MAP_FAILED);
+    ZbRawData3D block(1 << 30, 2, 1, sizeof(int), memory);
+    ZbRawData2D slice(2, 1, sizeof(int)), copy(2, 1, sizeof(int)), view;
+    *static_cast<int*>(slice.address(0, 0)) = 1;
+    *static_cast<int*>(slice.address(1, 0)) = 2;
+    block.putSlice(ZbRawData3D::YZ, 5, slice);
+    EXPECT_EQ(*static_cast<int*>(block.address(5, 1, 0)), 2);
+    block.getSlice(ZbRawData3D::YZ, 5, copy, true);
+    EXPECT_EQ(std::memcmp(copy.dataPtr(), slice.dataPtr(), 2 * sizeof(int)), 0);
+    block.getSlice(ZbRawData3D::YZ, 5, view);
+    EXPECT_EQ(view.sizeX(), 0);
+    munmap(memory, bytes);
 }
 
 TEST(ZbTypedData3D, carriesTypeAndComponents)

@@ -410,6 +410,28 @@ TYPED_TEST(ZbResamplerTypes, areWrittenClampedAndTruncated)
     EXPECT_EQ(converted.values[2], TypeParam(12.5));
 }
 
+TEST(ZbResamplerVolumes, keepGapsWhereTheGridStays)
+{
+    Volume<float> source({4, 3, 2}, 1), target({4, 3, 2}, 1);
+    source.values[5] = INFINITY;
+    source.values[6] = NAN;
+    for (const NamedKernel& kernel : {kernels[0], kernels[1]}) {
+        ASSERT_TRUE(resampleTo(source, target, nullptr, kernel, ZbResampler::FILTER_VALUES));
+        EXPECT_EQ(target.values[4], 0) << kernel.name;
+        EXPECT_EQ(target.values[5], INFINITY) << kernel.name;
+        EXPECT_TRUE(std::isnan(target.values[6])) << kernel.name;
+        EXPECT_EQ(target.values[7], 0) << kernel.name;
+    }
+}
+
+TEST(ZbResamplerVolumes, multiplyLabelsAsValues)
+{
+    Volume<unsigned char> source({3, 1, 1}, 1), target({3, 1, 1}, 1);
+    source.values = {10, 20, 30};
+    ASSERT_TRUE(resampleTo(source, target, nullptr, kernels[0], ZbResampler::FILTER_LABELS, 0, 0.7f));
+    EXPECT_EQ(target.values, (std::vector<unsigned char>{7, 14, 21}));
+}
+
 TEST(ZbResamplerVolumes, keepConstantBytesConstant)
 {
     for (const int value : {1, 100, 255})

@@ -4,6 +4,8 @@
 #include <zblib/data/ZbRawData2D.h>
 #include <zblib/foundation/ZbLargeBlock.h>
 
+#include <algorithm>
+#include <climits>
 #include <cstring>
 #include <utility>
 
@@ -124,6 +126,12 @@ void ZbRawData3D::accessSlice(Orientation orientation, int index, void*& first, 
     lineStep = orientation == XY ? line : line * static_cast<unsigned>(m_dims[1]);
 }
 
+// Whether a view can step from pixel to pixel of a slice: those of YZ are a line apart.
+bool ZbRawData3D::isStepAnInt(Orientation orientation) const noexcept
+{
+    return orientation != YZ || ZbDetail::blockBytes({m_dims[0], m_elementSize}) <= INT_MAX;
+}
+
 void ZbRawData3D::getSlice(Orientation orientation, int index, ZbRawData2D& out, bool copy)
 {
     int sizeI, sizeJ, numSlices, pixelStep;
@@ -131,7 +139,14 @@ void ZbRawData3D::getSlice(Orientation orientation, int index, ZbRawData2D& out,
     unsigned long long lineStep;
     getDims(orientation, sizeI, sizeJ, numSlices);
     accessSlice(orientation, index, first, pixelStep, lineStep);
-    if (copy)
+    if (!isStepAnInt(orientation) && !copy)
+        out.init(0, 0, m_elementSize, nullptr);
+    else if (!isStepAnInt(orientation) && out.sizeX() == sizeI && out.getElemSize() == m_elementSize)
+        for (long pixel = 0; pixel < long(sizeI) * std::min(sizeJ, out.sizeY()); ++pixel) {
+            const int i = int(pixel % sizeI), j = int(pixel / sizeI);
+            std::memmove(out.address(i, j), address(index, i, j), size_t(m_elementSize));
+        }
+    else if (copy)
         out.copyData(ZbRawData2D(sizeI, sizeJ, m_elementSize, pixelStep, lineStep, first));
     else
         out.init(sizeI, sizeJ, m_elementSize, pixelStep, lineStep, first);
@@ -139,10 +154,20 @@ void ZbRawData3D::getSlice(Orientation orientation, int index, ZbRawData2D& out,
 
 void ZbRawData3D::putSlice(Orientation orientation, int index, const ZbRawData2D& slice)
 {
-    ZbRawData2D place;
-    getSlice(orientation, index, place);
-    if (place.sizeY() == slice.sizeY())
-        place.copyData(slice);
+    int sizeI, sizeJ, numSlices, pixelStep;
+    void* first;
+    unsigned long long lineStep;
+    getDims(orientation, sizeI, sizeJ, numSlices);
+    if (sizeI != slice.sizeX() || sizeJ != slice.sizeY() || m_elementSize != slice.getElemSize())
+        return;
+    accessSlice(orientation, index, first, pixelStep, lineStep);
+    if (!isStepAnInt(orientation))
+        for (long pixel = 0; pixel < long(sizeI) * sizeJ; ++pixel) {
+            const int i = int(pixel % sizeI), j = int(pixel / sizeI);
+            std::memmove(address(index, i, j), slice.address(i, j), size_t(m_elementSize));
+        }
+    else
+        ZbRawData2D(sizeI, sizeJ, m_elementSize, pixelStep, lineStep, first).copyData(slice);
 }
 
 int ZbRawData3D::replaceSubvolume(int x0, int y0, int z0, const ZbRawData3D& sub)

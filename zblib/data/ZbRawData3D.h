@@ -84,7 +84,8 @@ public:
     void accessSlice(Orientation orientation, int index, void*& first, int& pixelStep,
                      unsigned long long& lineStep) noexcept;
     /// Makes out a view of slice index; or, with copy, copies the slice into the dense buffer of out, which
-    /// has the size of the slice. A view lives no longer than the memory of this block.
+    /// has the size of the slice. A view lives no longer than the memory of this block. Of YZ slices of lines of
+    /// 2 GiB and more there are only copies: a view of one is empty.
     void getSlice(Orientation orientation, int index, ZbRawData2D& out, bool copy = false);
     /// Writes a slice, of any steps, back. Nothing happens unless it has the size of the slices there.
     void putSlice(Orientation orientation, int index, const ZbRawData2D& slice);
@@ -99,6 +100,7 @@ public:
     void clear();
 
 private:
+    bool isStepAnInt(Orientation orientation) const noexcept;
     unsigned long numBytes() const noexcept;
 
     int m_dims[3] = {0, 0, 0};

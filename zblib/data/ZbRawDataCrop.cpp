@@ -35,8 +35,8 @@ bool makeBox(const int* minimum, const int* maximum, Box& box)
 
 char* allocateBox(const Box& box, long elementSize)
 {
-    return static_cast<char*>(
-        ZbDetail::allocateLarge(ZbDetail::blockBytes({box.size[0], box.size[1], box.size[2], elementSize})));
+    return static_cast<char*>(ZbDetail::allocateLarge(
+        ZbDetail::requireBlockBytes({box.size[0], box.size[1], box.size[2], elementSize})));
 }
 
 void fillElements(char* target, long count, const void* element, long elementSize)

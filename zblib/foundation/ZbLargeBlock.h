@@ -3,10 +3,12 @@
 // Private: memory for whole volumes.
 
 #include <zblib/foundation/ZbMemory.h>
+#include <zblib/foundation/ZbMemoryException.h>
 
 #include <sys/mman.h>
 
 #include <cstdint>
+#include <memory>
 
 namespace ZbDetail
 {
@@ -27,6 +29,21 @@ namespace ZbDetail
         (void)madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
     }
     return block;
+}
+
+struct FreeBlock {
+    void operator()(char* block) const { zbfree(block); }
+};
+using OwnedBlock = std::unique_ptr<char, FreeBlock>;
+
+/// As by allocateLarge(), but the exception knows the size.
+inline OwnedBlock allocateBlock(unsigned long bytes)
+{
+    try {
+        return OwnedBlock(static_cast<char*>(allocateLarge(bytes)));
+    } catch (const ZbMemoryException&) {
+        throw ZbMemoryException(bytes);
+    }
 }
 
 }  // namespace ZbDetail

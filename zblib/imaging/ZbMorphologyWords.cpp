@@ -343,7 +343,6 @@ private:
 };
 
 /// Puts slices from the boundaries of words one after the other into a field, from some bit on.
-///
 class SlicePacker
 {
 public:
@@ -487,6 +486,13 @@ public:
         return inPlace ? 3 * (numSteps - 1) : 3 * numSteps + 1;
     }
 
+    /// Words from one kept slice to the next. Slices whose distance is a multiple of 4 KiB would make loads wait for
+    /// stores that they do not depend on.
+    static long strideOf(const GridSize& size)
+    {
+        return (wordsFor(size.nx * size.ny) + roomOf(size) + 1023) / 1024 * 1024 + 304;
+    }
+
     void run(long zBegin, long zEnd)
     {
         const long reach = m_usesZ ? 1 : 0;
@@ -519,13 +525,13 @@ public:
     }
 
 private:
+    static long roomOf(const GridSize& size) { return (size.ny > 1 ? wordsFor(size.nx) : 0) + 8; }
+
     void allocate()
     {
         const long count = numScratch(m_inPlace, m_numSteps);
         if (count == 0)
             return;
-        // Slices whose distance is a multiple of 4 KiB would make loads wait for stores that they do not depend on.
-        m_stride = (m_sliceWords + m_room + 1023) / 1024 * 1024 + 304;
         const long numWords = count * m_stride + m_room;
         m_scratch.reset(static_cast<Word*>(zbmalloc(sizeof(Word) * (unsigned long)(numWords))));
         for (long slot = 0; slot < count; ++slot) {
@@ -618,8 +624,8 @@ private:
     const bool m_isShifted;
     RowEnds m_ends;
     const Combine m_combine;
-    const long m_room = (m_size.ny > 1 ? wordsFor(m_size.nx) : 0) + 8;  // neutral words around slices
-    long m_stride = 0;                                                  // from slice to slice
+    const long m_room = roomOf(m_size);      // neutral words around slices
+    const long m_stride = strideOf(m_size);  // from slice to slice
     std::unique_ptr<Word, FreeWords> m_scratch;
 };
 
@@ -866,7 +872,8 @@ ZbVec3i asRows(const ZbVec3i& dims)
 
 int stepsInOnePass(const ZbVec3i& dims, int wanted)
 {
-    const long sliceBytes = 4 * wordsFor(long(dims.x) * dims.y);
+    const int sizes[3] = {dims.x, dims.y, dims.z};
+    const long sliceBytes = long(sizeof(Word)) * SlicePass::strideOf(GridSize(sizes));
     int steps = 1;
     while (steps < wanted && SlicePass::numScratch(false, steps + 1) * sliceBytes <= cacheBytes)
         ++steps;

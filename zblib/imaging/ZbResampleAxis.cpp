@@ -1,7 +1,7 @@
 #include <zblib/imaging/ZbResampleAxis.h>
 
 #include <zblib/data/ZbBlockBytes.h>
-#include <zblib/foundation/ZbMemory.h>
+#include <zblib/foundation/ZbLargeBlock.h>
 
 #include <algorithm>
 #include <climits>
@@ -34,7 +34,7 @@ ZbResampler::ContributionList* ZbResampler::filter_contrib(int newSize, int oldS
     const float width = shrinks ? support / scale : support;
 
     const unsigned long bytes = ZbDetail::blockBytes({newSize, long(sizeof(ContributionList))});
-    auto* lists = static_cast<ContributionList*>(zbmalloc(bytes));
+    auto* lists = reinterpret_cast<ContributionList*>(ZbDetail::allocateBlock(bytes).release());
     std::memset(lists, 0, bytes);
     const auto release = [newSize](ContributionList* unfinished) { free_contrib(unfinished, newSize); };
     std::unique_ptr<ContributionList, decltype(release)> owner(lists, release);
@@ -85,6 +85,19 @@ ZbDetail::ResampleAxis::ResampleAxis(int newSize, int oldSize, float scale, floa
     };
     const std::unique_ptr<ZbResampler::ContributionList, decltype(release)> lists(
         ZbResampler::filter_contrib(newSize, oldSize, scale, shift, kernel, support), release);
+    // Weights of 0 at the ends of a list are left out: they add nothing, but for NaNs and infinities, which would
+    // spoil their neighbours even where the grids are the same. One entry stays.
+    for (int i = 0; i < newSize; ++i) {
+        ZbResampler::ContributionList& list = lists.get()[i];
+        while (list.count > 1 && list.entries[list.count - 1].weight == 0.0f)
+            --list.count;
+        int begin = 0;
+        while (begin < list.count - 1 && list.entries[begin].weight == 0.0f)
+            ++begin;
+        list.count -= begin;
+        std::memmove(list.entries, list.entries + begin,
+                     sizeof(ZbResampler::Contribution) * size_t(list.count));
+    }
     m_lists.resize(newSize);
     long total = 0;
     for (int i = 0; i < newSize; ++i) {

@@ -22,12 +22,11 @@ struct MeanConversion {
 };
 
 /// value, or the whole number that it differs from by no more than tolerance times its size.
-inline double snapped(float value, double tolerance)
+inline double snapped(double value, double tolerance)
 {
     constexpr double shiftToInteger = 6755399441055744.0;  // 1.5 * 2^52: behind it there is no fraction left
-    const double exact = value;
-    const double whole = (exact + shiftToInteger) - shiftToInteger;
-    return std::fabs(exact - whole) <= std::fabs(exact) * tolerance ? whole : exact;
+    const double whole = (value + shiftToInteger) - shiftToInteger;
+    return std::fabs(value - whole) <= std::fabs(value) * tolerance ? whole : value;
 }
 
 /// Clamped, then truncated toward zero. 64-bit integers do what ClampTo does for the others.
@@ -85,14 +84,14 @@ T labelAs(Label label)
         return truncated<T>(label);
 }
 
-/// Labels times factor, as values of type T.
+/// Labels times factor, as values of type T. A factor is a float, so a product may miss a whole number by as much.
 template <typename T, typename Label>
 void finishLabels(void* target, const Label* labels, long count, float factor)
 {
     T* out = static_cast<T*>(target);
     if (factor != 1.0f)
         for (long i = 0; i < count; ++i)
-            out[i] = truncated<T>(double(labels[i]) * double(factor));
+            out[i] = truncated<T>(snapped(double(labels[i]) * double(factor), 0x1p-23));
     else
         for (long i = 0; i < count; ++i)
             out[i] = labelAs<T>(labels[i]);

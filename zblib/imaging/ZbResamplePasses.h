@@ -19,21 +19,6 @@
 namespace ZbDetail
 {
 
-struct FreeBlock {
-    void operator()(char* block) const { zbfree(block); }
-};
-using OwnedBlock = std::unique_ptr<char, FreeBlock>;
-
-/// As by allocateLarge(), but the exception knows the size.
-inline OwnedBlock allocateBlock(unsigned long bytes)
-{
-    try {
-        return OwnedBlock(static_cast<char*>(allocateLarge(bytes)));
-    } catch (const ZbMemoryException&) {
-        throw ZbMemoryException(bytes);
-    }
-}
-
 /// Planes of rows of values. There is memory for so many planes that lie side by side; plane z takes the place
 /// of plane z - count.
 struct Planes {
@@ -212,7 +197,7 @@ private:
     void makeScratch()
     {
         const long longest = std::max(m_axes[1].longest(), m_axes[2].longest());
-        m_scratch = std::make_unique<typename Rule::Scratch[]>(size_t(m_threads));
+        m_scratch.reset(new typename Rule::Scratch[size_t(m_threads)]);
         for (int thread = 0; thread < m_threads; ++thread)
             Rule::prepare(m_scratch[size_t(thread)], m_axes[0].oldSize() * m_components,
                           std::max(longest, m_axes[0].longest()));

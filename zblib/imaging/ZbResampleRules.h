@@ -7,6 +7,7 @@
 
 #include <zblib/containers/ZbDArray.h>
 #include <zblib/data/ZbTransposeBand.h>
+#include <zblib/foundation/ZbMemory.h>
 #include <zblib/foundation/ZbMultiversion.h>
 #include <zblib/imaging/ZbResampleAxis.h>
 #include <zblib/imaging/ZbResampleConvert.h>
@@ -138,7 +139,7 @@ class ResampleMeans
 public:
     using Value = float;
 
-    struct Scratch {
+    struct Scratch : ZbAllocated {
         ZbDArray<float> columns;  // of a group of rows, for passes along x
         ZbDArray<const char*> rows;
     };
@@ -277,7 +278,7 @@ class ResampleLabels
 public:
     using Value = Label;
 
-    struct Scratch {
+    struct Scratch : ZbAllocated {
         ZbDArray<const char*> rows;
         ZbDArray<Label> candidates;  // the labels of a list
         ZbDArray<Label> labels;      // those that differ

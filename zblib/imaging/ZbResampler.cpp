@@ -5,7 +5,8 @@
 #include <zblib/data/ZbRawData.h>
 #include <zblib/data/ZbTypedData3D.h>
 #include <zblib/data/ZbUnsupportedType.h>
-#include <zblib/foundation/ZbMemoryException.h>
+#include <zblib/foundation/ZbLargeBlock.h>
+#include <zblib/foundation/ZbProgressScope.h>
 #include <zblib/imaging/ZbResamplePasses.h>
 #include <zblib/types/ZbPrimTypeVisit.h>
 
@@ -204,7 +205,8 @@ bool ZbResampler::resample(const ZbTypedData3D& source, ZbTypedData3D& target, c
     const int nx = target.sizeX(), ny = target.sizeY(), nz = target.sizeZ();
     if (nx < 0 || ny < 0 || nz < 0 || source.sizeX() < 0 || source.sizeY() < 0 || source.sizeZ() < 0)
         return fail(error, "a size is negative");
-    if (!source.dataPtr() && source.getNumElems() > 0)
+    const bool isEmpty = source.sizeX() == 0 || source.sizeY() == 0 || source.sizeZ() == 0;
+    if (!source.dataPtr() && !isEmpty)
         return fail(error, "no data to resample");
     const bool allocates = !target.dataPtr();
     if (!allocates && (target.primType() != type || target.numComponents() != source.numComponents()))
@@ -223,13 +225,13 @@ bool ZbResampler::resample(const ZbTypedData3D& source, ZbTypedData3D& target, c
     }
     void* targetData = allocates ? ownTarget.get() : target.dataPtr();
 
-    if (progress)
-        progress->startWorking(QCoreApplication::translate("ZbResampler", "Resampling ..."));
+    const ZbDetail::ProgressScope working(progress,
+                                          QCoreApplication::translate("ZbResampler", "Resampling ..."));
     bool finished = false;
     try {
         if (targetBytes == 0) {
             finished = true;
-        } else if (source.getNumElems() == 0) {
+        } else if (isEmpty) {
             std::memset(targetData, 0, targetBytes);  // no input anywhere
             finished = true;
         } else {
@@ -242,10 +244,8 @@ bool ZbResampler::resample(const ZbTypedData3D& source, ZbTypedData3D& target, c
         if (exception.getNumBytes() > 0)
             setMemoryError(error, exception.getNumBytes());
         else  // one of many small blocks
-            error = "No enough memory available to resample the dataset.\n";
+            error = "No enough memory available to resample the dataset.";
     }
-    if (progress)
-        progress->stopWorking();
     if (finished && allocates)
         target.commit(nx, ny, nz, type, source.numComponents(), ownTarget.release());
     return finished;

@@ -112,7 +112,7 @@ public:
     /// to standard error.
     ///
     /// Memory beside the blocks, for each thread: float planes (planes of labels: of their type), namely one for
-    /// each entry of the longest list along z when an other axis is resampled before z, and for the rest 4 MiB, or
+    /// each entry of the longest list along z when another axis is resampled before z, and for the rest 4 MiB, or
     /// two planes if they are larger; and sixteen rows. Besides these, the reduced block. Intermediate planes have
     /// the sizes that the axes have at that step. Progress is reported, from the calling thread, after each so
     /// many planes, between startWorking() and stopWorking().
