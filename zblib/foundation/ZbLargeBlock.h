@@ -7,6 +7,7 @@
 
 #include <sys/mman.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -23,10 +24,11 @@ namespace ZbDetail
     constexpr std::uintptr_t page = 4096;
     void* block = zbmalloc(bytes);
     if (bytes >= worthwhile) {
-        const std::uintptr_t first = (reinterpret_cast<std::uintptr_t>(block) + page - 1) / page * page;
-        const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(block) + bytes) / page * page;
+        char* const begin = static_cast<char*>(block);
+        char* const first = begin + (page - reinterpret_cast<std::uintptr_t>(begin) % page) % page;
+        const auto length = static_cast<std::size_t>(begin + bytes - first) / page * page;
         // A wish: where the system does not grant it, nothing is lost.
-        (void)madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+        (void)madvise(first, length, MADV_HUGEPAGE);
     }
     return block;
 }

@@ -258,9 +258,9 @@ private:
 
     static float* lanes(Scratch& scratch)
     {
-        const auto address = reinterpret_cast<std::uintptr_t>(scratch.columns.data());
-        const std::uintptr_t size = alignment * sizeof(float);
-        return reinterpret_cast<float*>((address + size - 1) / size * size);
+        float* const begin = scratch.columns.data();
+        const auto place = long(reinterpret_cast<std::uintptr_t>(begin) / sizeof(float) % alignment);
+        return begin + (alignment - place) % alignment;
     }
 
     Load m_load;
@@ -349,8 +349,15 @@ private:
     static constexpr long piece = 64;
 
     // NaNs count as one label, the largest.
-    static bool isSame(Label a, Label b) { return a == b || (a != a && b != b); }
-    static bool isSmaller(Label a, Label b) { return a < b || (a == a && b != b); }
+    static bool isNan(Label label)
+    {
+        if constexpr (std::is_floating_point_v<Label>)
+            return std::isnan(label);
+        else
+            return false;
+    }
+    static bool isSame(Label a, Label b) { return a == b || (isNan(a) && isNan(b)); }
+    static bool isSmaller(Label a, Label b) { return a < b || (!isNan(a) && isNan(b)); }
 
     void store(char* target, long x, const Label* labels, long count, PassEnds ends) const
     {

@@ -14,10 +14,10 @@ template <typename T>
 struct Jacobi3 {
     using Column [[gnu::vector_size(4 * sizeof(T))]] = T;
 
+    Column v[3];   // eigenvectors; the fourth element is 0
     T a[3];        // element i lies in the row and column other than i
     T d[3];        // the diagonal
     T updates[3];  // of the diagonal in this sweep
-    Column v[3];   // eigenvectors; the fourth element is 0
     int nrot = 0;
 
     // The element in row p and column q; o is the third index.
@@ -73,10 +73,10 @@ bool diagonalize3(const Matrix& m, T* d, Vec* v, int& nrot) noexcept
 {
     // Sums of the updates apart from the diagonal: small ones are not lost one by one.
     T diagonal[3] = {m[0][0], m[1][1], m[2][2]};
-    Jacobi3<T> state = {{m[1][2], m[0][2], m[0][1]},
+    Jacobi3<T> state = {{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}},
+                        {m[1][2], m[0][2], m[0][1]},
                         {m[0][0], m[1][1], m[2][2]},
-                        {},
-                        {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}}};
+                        {}};
     bool hasConverged = false;
     for (int sweep = 0; sweep < 50; ++sweep) {
         const T sum = std::fabs(state.a[2]) + std::fabs(state.a[1]) + std::fabs(state.a[0]);
@@ -96,7 +96,7 @@ bool diagonalize3(const Matrix& m, T* d, Vec* v, int& nrot) noexcept
     nrot = state.nrot;
     for (int i = 0; i < 3; ++i) {
         d[i] = state.d[i];
-        if (hasConverged)
+        if (hasConverged)  // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): it does not know elements of vectors
             v[i].setValue(state.v[i][0], state.v[i][1], state.v[i][2]);
     }
     return hasConverged;
