@@ -64,7 +64,7 @@ QImage sliceImage(const Section& section, std::size_t across, const GreyWindow& 
         for (int u = 0; u < image.width(); u++, pixel++) {
             const double grey = window.brightness(section.values[across][pixel]);
             const int mark = section.marks[across].empty() ? 0 : section.marks[across][pixel];
-            line[u] = mark > 0 ? shaded(marks[std::size_t(mark) - 1].colour, 0.45 + 0.55 * grey)
+            line[u] = mark > 0 ? shaded(marks[std::size_t(mark) - 1].colour, 0.7 + 0.3 * grey)
                                : shaded(paperColour, grey);
         }
     }
