@@ -19,6 +19,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <limits>
 #include <new>
 #include <string>
 #include <vector>
@@ -55,7 +56,8 @@ template <typename Setup, typename Operation, typename Check>
 void expectSafe(Setup setup, Operation operation, Check check)
 {
     for (const auto mode : {FaultyAllocation::Mode::Once, FaultyAllocation::Mode::FromThen}) {
-        // What is kept for the life of the process is made in this run.
+        // What is kept for the life of the process is made in these runs, by the operation and by a first exception.
+        runWithFailure(std::numeric_limits<long>::max(), mode, setup, operation, check);
         bool failed = runWithFailure(0, mode, setup, operation, check);
         for (long number = 0; failed; ++number) {
             SCOPED_TRACE(::testing::Message() << "allocation " << number << ", mode " << int(mode));
