@@ -80,6 +80,14 @@ void reportPlace(Report& report, const Geometry& geometry)
     report.addNumbers("origin", texts(geometry.position({0, 0, 0})), " ", "mm");
 }
 
+void reportGrid(Report& report, const Volume& volume, ZbPrimType type, bool hasSpace)
+{
+    reportSize(report, volume.dims);
+    report.add("type", type.getName());
+    if (hasSpace)
+        reportPlace(report, volume.geometry);
+}
+
 void refuseNan(const Volume& volume)
 {
     if (const long count = countNan(volume); count > 0)

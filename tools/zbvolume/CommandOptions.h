@@ -138,6 +138,8 @@ ZbPrimType writtenType(const std::string& name);
 /// Lines about the grid of a volume: its sizes, and where it lies in space if that is known.
 void reportSize(Report& report, const std::array<int, 3>& dims);
 void reportPlace(Report& report, const Geometry& geometry);
+/// The sizes of a result, the type that it is written in, and, if the source told, where it lies.
+void reportGrid(Report& report, const Volume& volume, ZbPrimType type, bool hasSpace);
 
 /// Throws Failure where volume has voxels that are not a number: they are neither below nor above a threshold.
 void refuseNan(const Volume& volume);

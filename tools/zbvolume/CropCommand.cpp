@@ -110,10 +110,7 @@ Report crop(const CropOptions& options, TerminalProgress& progress)
     outputs.commit();
 
     Report report;
-    reportSize(report, volume.dims);
-    report.add("type", volume.fileType.getName());
-    if (hasSpace)
-        reportPlace(report, volume.geometry);
+    reportGrid(report, volume, volume.fileType, hasSpace);
     report.add("filled", volume.voxelCount() - inside);
     report.addList("written", outputs.names());
     return report;

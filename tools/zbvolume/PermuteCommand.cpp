@@ -74,10 +74,7 @@ Report permute(const PermuteOptions& options, TerminalProgress& progress)
     outputs.commit();
 
     Report report;
-    reportSize(report, volume.dims);
-    report.add("type", volume.fileType.getName());
-    if (hasSpace)
-        reportPlace(report, volume.geometry);
+    reportGrid(report, volume, volume.fileType, hasSpace);
     report.add("axes", order);
     report.addList("written", outputs.names());
     return report;

@@ -109,10 +109,7 @@ Report resample(const ResampleOptions& options, TerminalProgress& progress)
     outputs.commit();
 
     Report report;
-    reportSize(report, volume.dims);
-    report.add("type", type.getName());
-    if (hasSpace)
-        reportPlace(report, volume.geometry);
+    reportGrid(report, volume, type, hasSpace);
     report.add("kernel", kernel.name);
     report.addList("written", outputs.names());
     return report;
