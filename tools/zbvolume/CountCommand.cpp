@@ -132,8 +132,8 @@ Report count(const CountOptions& options, TerminalProgress& progress)
     std::optional<VolumeWriter> labels;
     if (!options.labels.empty())
         labels.emplace(options.labels, outputs);
-    OutputFile* csv = outputs.open(options.csv);
-    OutputFile* png = outputs.open(options.png);
+    OutputFile* csv = outputs.openBeside(options.source.path, options.csv);
+    OutputFile* png = outputs.openBeside(options.source.path, options.png);
 
     Volume volume = readVolume(options.source.source(), &progress);
     settleNan(volume, options);

@@ -55,7 +55,7 @@ Report crop(const CropOptions& options, TerminalProgress& progress)
 {
     OutputFiles outputs;
     VolumeWriter writer(options.result.path, outputs);
-    OutputFile* png = outputs.open(options.result.png);
+    OutputFile* png = outputs.openBeside(options.source.path, options.result.png);
     Volume volume = readVolume(options.source.source(), &progress);
     const bool hasSpace = volume.geometry.isKnown();
     const auto fill = voxelOf(volume, options.fill);

@@ -34,8 +34,8 @@ ValueRange rangeOf(const HistogramOptions& options, const Volume& volume)
 Report histogram(const HistogramOptions& options, TerminalProgress& progress)
 {
     OutputFiles outputs;
-    OutputFile* csv = outputs.open(options.csv);
-    OutputFile* png = outputs.open(options.png);
+    OutputFile* csv = outputs.openBeside(options.source.path, options.csv);
+    OutputFile* png = outputs.openBeside(options.source.path, options.png);
     const Volume volume = readVolume(options.source.source(), &progress);
     const ValueRange range = rangeOf(options, volume);
     const auto shared = std::make_shared<const ValueCounts>(
@@ -58,9 +58,11 @@ Report histogram(const HistogramOptions& options, TerminalProgress& progress)
     report.addNumbers("range", {storedText(volume, range.low), storedText(volume, range.high)}, " ");
     report.add("bins", counts.bins.size());
     report.addNumber("bin width", rounded(counts.binWidth));
-    report.addNumber("mean", rounded(counts.mean()));
-    report.addNumber("median", rounded(counts.median()));
-    report.addNumber("deviation", rounded(counts.deviation()));
+    if (counts.counted > 0) {
+        report.addNumber("mean", rounded(counts.mean()));
+        report.addNumber("median", rounded(counts.median()));
+        report.addNumber("deviation", rounded(counts.deviation()));
+    }
     report.addList("written", outputs.names());
     addBins(report, shared, 32, options.scale);
     return report;

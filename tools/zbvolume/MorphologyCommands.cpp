@@ -195,7 +195,7 @@ Report morphology(const MorphologyOptions& options, TerminalProgress& progress)
 {
     OutputFiles outputs;
     VolumeWriter writer(options.result.path, outputs);
-    OutputFile* png = outputs.open(options.result.png);
+    OutputFile* png = outputs.openBeside(options.source.path, options.result.png);
     const Volume volume = readVolume(options.source.source(), &progress);
     if (!options.nanIsBackground)
         refuseNan(volume);

@@ -140,6 +140,14 @@ OutputFile* OutputFiles::open(const std::string& path, bool compressed)
     return m_files.emplace_back(std::move(opened)).get();
 }
 
+OutputFile* OutputFiles::openBeside(const std::string& input, const std::string& path)
+{
+    std::error_code none;
+    if (!path.empty() && std::filesystem::equivalent(input, path, none))
+        throw Failure(path, "is the file that is read");
+    return open(path);
+}
+
 std::vector<std::string> OutputFiles::names() const
 {
     std::vector<std::string> names;

@@ -56,6 +56,8 @@ class OutputFiles
 public:
     /// The file, which belongs to this object; null if path is empty.
     OutputFile* open(const std::string& path, bool compressed = false);
+    /// The same for a file that is no volume, which may not take the place of the input.
+    OutputFile* openBeside(const std::string& input, const std::string& path);
     std::vector<std::string> names() const;
     /// Finishes all files before the first one appears, because nearly nothing fails after that.
     void commit();

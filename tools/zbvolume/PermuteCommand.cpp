@@ -42,7 +42,7 @@ Report permute(const PermuteOptions& options, TerminalProgress& progress)
 {
     OutputFiles outputs;
     VolumeWriter writer(options.result.path, outputs);
-    OutputFile* png = outputs.open(options.result.png);
+    OutputFile* png = outputs.openBeside(options.source.path, options.result.png);
     Volume volume = readVolume(options.source.source(), &progress);
     const bool hasSpace = volume.geometry.isKnown();
     std::array<int, 3> middle{};

@@ -194,8 +194,9 @@ QJsonValue jsonNumber(const std::string& number)
     const qlonglong integer = digits.toLongLong(&isInteger);
     if (isInteger)
         return QJsonValue(integer);
-    const double real = digits.toDouble();
-    return std::isfinite(real) ? QJsonValue(real) : QJsonValue();
+    bool isNumber = false;
+    const double real = digits.toDouble(&isNumber);
+    return isNumber && std::isfinite(real) ? QJsonValue(real) : QJsonValue();
 }
 
 }  // namespace zbvolume

@@ -38,6 +38,9 @@ const Kernel kernels[] = {
     {"cubic6", &ZbResampler::cubic6_filter, 3},     {"cubic8", &ZbResampler::cubic8_filter, 4},
 };
 
+// Each new voxel along an axis takes some dozens of bytes for its weights, whatever the other axes have.
+constexpr int maxSize = 1 << 24;
+
 std::array<int, 3> newSizes(const Volume& volume, const ResampleOptions& options)
 {
     if (options.size)
@@ -45,7 +48,7 @@ std::array<int, 3> newSizes(const Volume& volume, const ResampleOptions& options
     std::array<int, 3> sizes{};
     for (std::size_t k = 0; k < 3; k++) {
         const double size = std::round(volume.dims[k] * options.factor);
-        if (size > std::numeric_limits<int>::max())
+        if (size > maxSize)
             throw Failure(volume.path, "cannot have " + shortest(size) + " voxels along " + "xyz"[k]);
         sizes[k] = std::max(1, int(size));
     }
@@ -58,7 +61,7 @@ Report resample(const ResampleOptions& options, TerminalProgress& progress)
 {
     OutputFiles outputs;
     VolumeWriter writer(options.result.path, outputs);
-    OutputFile* png = outputs.open(options.result.png);
+    OutputFile* png = outputs.openBeside(options.source.path, options.result.png);
     Volume volume = readVolume(options.source.source(), &progress);
     const bool hasSpace = volume.geometry.isKnown();
     const ZbPrimType type = options.type.empty() ? volume.fileType : writtenType(options.type);
@@ -129,7 +132,7 @@ void addResample(CLI::App& app, Chosen& chosen)
     options->source.addTo(*command);
     auto* size = command->add_option("--size", options->size, "Voxels along each axis")
                      ->type_name("NX NY NZ")
-                     ->check(CLI::Range(1, std::numeric_limits<int>::max()).description(""));
+                     ->check(CLI::Range(1, maxSize).description(""));
     command
         ->add_option("--factor", *factor, "Voxels for each voxel along each axis: 2 doubles the resolution")
         ->type_name("F")

@@ -20,7 +20,7 @@ namespace zbvolume
 namespace
 {
 
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 // Voxels between two looks at the progress object.
 constexpr std::size_t blockLength = std::size_t(1) << 20;
@@ -184,14 +184,14 @@ Statistics computeStatistics(const Volume& volume, ZbProgressInterface& progress
     progress.startWorking("Statistics");
     result.nan = countNan(volume);
     const auto range = finiteRange(volume);
-    result.minimum = range ? range->low : nan;
-    result.maximum = range ? range->high : nan;
+    result.minimum = range ? range->low : notANumber;
+    result.maximum = range ? range->high : notANumber;
     visitVoxels(volume, [&](auto values) {
         using Value = std::remove_const_t<typename decltype(values)::element_type>;
         const std::span<const Value> all = values;
         result.count = std::count_if(all.begin(), all.end(), [](Value value) { return isFinite(value); });
         result.infinite = long(all.size()) - result.count - result.nan;
-        result.mean = result.median = result.deviation = nan;
+        result.mean = result.median = result.deviation = notANumber;
         if (result.count == 0)
             return;
         const auto count = static_cast<long double>(result.count);
@@ -217,7 +217,7 @@ ValueCounts countValues(const Volume& volume, const ValueRange& range, int maxBi
     if (!std::isfinite(extent))
         throw Failure(volume.path, "has a range of values that is too wide for a histogram");
     ValueCounts counts;
-    counts.isInteger = volume.type.isInteger();
+    counts.isInteger = volume.fileType.isInteger();  // 64 bits are doubles in memory
     ZbHistogram histogram;
     if (counts.isInteger) {
         const double first = std::ceil(range.low);
@@ -280,7 +280,7 @@ double ValueCounts::deviation() const
 double ValueCounts::median() const
 {
     if (counted == 0)
-        return nan;
+        return notANumber;
     // The bins of the value in the middle, or of the two.
     const auto binOfRank = [this](std::uint64_t rank) {
         std::size_t bin = 0;
