@@ -100,7 +100,7 @@ test) run_tests "${1:-release}" ;;
 asan | tsan) run_tests "$command" ;;
 fuzz)
     # Each target starts from the inputs in the tree and keeps what it finds interesting in the build folder.
-    ensure "${build_packages[@]}" clang libomp-dev
+    ensure "${build_packages[@]}" clang libclang-rt-dev libomp-dev
     configure fuzz
     build fuzz
     mkdir -p build/fuzz/findings
