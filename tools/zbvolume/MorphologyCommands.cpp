@@ -57,15 +57,10 @@ ZbBitfield thresholdMask(const Volume& volume, double threshold)
     return maskOf(volume, [low](double value) { return value >= low; });
 }
 
-bool endsWith(const std::string& text, const std::string& end)
-{
-    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
 ZbBitfield protection(const Volume& volume, const std::string& path, TerminalProgress& progress)
 {
     VolumeSource source{path, std::nullopt, 0};
-    if (endsWith(path, ".raw"))
+    if (path.ends_with(".raw"))
         source.raw = RawLayout{{volume.dims[0], volume.dims[1], volume.dims[2]}, "byte", false, 0};
     const Volume mask = readVolume(source, &progress);
     if (mask.dims != volume.dims) {

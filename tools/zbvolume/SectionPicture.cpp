@@ -126,7 +126,7 @@ void markSection(Section& section, const std::function<int(long voxel)>& markOf)
 }
 
 QImage drawSections(const std::vector<Section>& sections, const std::vector<SectionMark>& marks,
-                    const std::string& title, const std::string& subtitle, bool commonGrey)
+                    const std::string& title, const std::string& subtitle)
 {
     int width = std::max({640, 2 * margin + int(StrokeFont::width(title, 18)),
                           2 * margin + int(StrokeFont::width(subtitle, 11))});
@@ -151,9 +151,8 @@ QImage drawSections(const std::vector<Section>& sections, const std::vector<Sect
     StrokeFont::draw(painter, {double(margin), 70}, subtitle, 11, quietColour);
 
     int y = headHeight;
-    const GreyWindow common = windowOf(sections.front());
+    const GreyWindow window = windowOf(sections.front());
     for (const Section& section : sections) {
-        const GreyWindow window = commonGrey ? common : windowOf(section);
         StrokeFont::draw(painter, {double(margin), double(y + 15)}, section.caption, 12, paperColour);
         y += captionHeight;
         int x = margin;

@@ -38,8 +38,8 @@ struct SectionMark {
 };
 
 /// One row a section, each in the proportions of its voxels, which are shown as they are, not interpolated.
-/// Mark i has the colour marks[i - 1]. With commonGrey equal values have equal brightness in all sections.
+/// Mark i has the colour marks[i - 1]. Equal values have equal brightness in all sections.
 QImage drawSections(const std::vector<Section>& sections, const std::vector<SectionMark>& marks,
-                    const std::string& title, const std::string& subtitle, bool commonGrey = true);
+                    const std::string& title, const std::string& subtitle);
 
 }  // namespace zbvolume

@@ -20,11 +20,6 @@ namespace zbvolume
 namespace
 {
 
-bool endsWith(const std::string& text, const std::string& end)
-{
-    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
 bool exists(const std::string& path)
 {
     struct stat status = {};
@@ -35,7 +30,7 @@ bool exists(const std::string& path)
 std::string partner(const std::string& path, const std::string& from, const std::string& to)
 {
     std::string stem = path;
-    if (endsWith(stem, ".gz"))
+    if (stem.ends_with(".gz"))
         stem.resize(stem.size() - 3);
     stem.resize(stem.size() - from.size());
     const std::string plain = stem + to;
@@ -46,14 +41,14 @@ std::string partner(const std::string& path, const std::string& from, const std:
 std::string headerPath(const std::string& path)
 {
     for (const char* end : {".img", ".img.gz"})
-        if (endsWith(path, end))
+        if (path.ends_with(end))
             return partner(path, ".img", ".hdr");
     return path;
 }
 
 std::string imagePath(const std::string& header)
 {
-    if (!endsWith(header, ".hdr") && !endsWith(header, ".hdr.gz"))
+    if (!header.ends_with(".hdr") && !header.ends_with(".hdr.gz"))
         throw Failure(header, "is the header of a pair of files, its name must end in .hdr");
     return partner(header, ".hdr", ".img");
 }
